@@ -1,0 +1,19 @@
+/// startup.h: start and stop of the module's data. Finds out which logs the machine has and tells the catalogue.
+#ifndef KESTRUNE_FRAME_STARTUP_H_
+#define KESTRUNE_FRAME_STARTUP_H_
+
+/// Whether something stands at `path`, whatever its kind and permissions; 1 or 0.
+int IsFileExist(const char* path);
+
+/// Asks the host whether this system is supported; 1 or 0. On one distribution it also removes LC_TIME and LC_CTYPE
+/// from the environment, without which the month sort of the log filter fails there. Called without the module lock.
+int IsOSSupported();
+
+/// Starts the SEL store, lists the application logs and builds the catalogue. Returns 1. Throws std::bad_alloc before
+/// it has started anything.
+int OnInitData();
+
+/// Empties the catalogue, stops the SEL store and removes the temporary files. Returns what the last removal answered.
+int OnUninitData();
+
+#endif  // KESTRUNE_FRAME_STARTUP_H_

@@ -1,0 +1,118 @@
+#include "hostdata/configitem.h"
+
+#include "hostdata/catalogue.h"
+#include "hostdata/logread.h"
+#include "hostdata/replyitems.h"
+#include "platform/message.h"
+
+namespace {
+
+enum class Fetch { kFilled, kEmpty, kTooSmall, kFailed };
+
+/// Filters a log, or a range of it, into the host's `capacity` items. On kFilled, and then alone, the items are the
+/// host's, numbered from the range's begin or from 1, and `capacity` holds how many there are.
+Fetch FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
+  FilteredLog filtered(log, begin, end);
+  if (filtered.Count() == 0) return Fetch::kEmpty;
+  if (capacity < filtered.Count()) return Fetch::kTooSmall;
+  ReplyItems reply(filtered.Count());
+  if (filtered.Fill(reply.Data(), begin == nullptr ? 1 : static_cast<uint32_t>(*begin)) == 0) return Fetch::kFailed;
+  capacity = reply.HandOver(items);
+  return Fetch::kFilled;
+}
+
+}  // namespace
+
+int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items) {
+  if (id == LOG_APPLICATION) MergeApplicationLog();
+  const LogSource* log = FindLogSource(id);
+  if (log == nullptr) {
+    Error("Err (%s:GetLogConfigItem): Unknow ID!\n");
+    return 0;
+  }
+  if (items == nullptr || IsSELUnavailable(*log)) {
+    *count = static_cast<uint32_t>(CountRecords(*log, 0, nullptr, nullptr));
+    return 1;
+  }
+  switch (FetchItems(*log, nullptr, nullptr, *count, items)) {
+    case Fetch::kFilled:
+      return 1;
+    case Fetch::kEmpty:
+      *count = 0;
+      return 1;
+    case Fetch::kTooSmall:
+      Error("Err (%s:GetLogConfigItem): Not enough buffer!\n");
+      return 0;
+    case Fetch::kFailed:
+      break;
+  }
+  return 0;
+}
+
+int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
+  if (id == LOG_APPLICATION) MergeApplicationLog();
+  uint64_t begin = range->dwBegin;
+  uint64_t end = range->dwEnd;
+  const LogSource* log = FindLogSource(id);
+  if (log == nullptr) {
+    Error("Err (%s:GetLogConfigItemEx): Unknow ID!\n");
+    return 0;
+  }
+  if (IsSELUnavailable(*log)) {
+    range->dwCount = 0;
+    return 1;
+  }
+  if (items == nullptr) {
+    if (range->dwCount != 0) {
+      Error("Err (%s:GetLogConfigItemEx): The buffer error!\n");
+      return 0;
+    }
+    range->dwCount = static_cast<uint32_t>(CountRecords(*log, log->nSortFirst, &begin, &end));
+    range->dwBegin = static_cast<uint32_t>(begin);
+    range->dwEnd = static_cast<uint32_t>(end);
+    return 1;
+  }
+  if (range->dwCount == 0) {
+    Debug("Dbg (%s:GetLogConfigItemEx): The range is 0!\n");
+    return 0;
+  }
+  switch (FetchItems(*log, &begin, &end, range->dwCount, items)) {
+    case Fetch::kFilled:
+      range->dwBegin = static_cast<uint32_t>(begin);
+      range->dwEnd = static_cast<uint32_t>(end);
+      return 1;
+    case Fetch::kEmpty:
+      range->dwCount = 0;
+      return 1;
+    case Fetch::kTooSmall:
+      Error("Err (%s:GetLogConfigItemEx): Not enough buffer!\n");
+      return 0;
+    case Fetch::kFailed:
+      break;
+  }
+  return 0;
+}
+
+int32_t OnGetConfigItem(void* pArg1, void* pArg2, void* pArg3) {
+  Debug("Dbg (%s): in OnGetConfigItem\n");
+  if (pArg1 == nullptr || pArg2 == nullptr) {
+    Error("Err (%s:OnGetConfigItem): Parameter error!\n");
+    return 0;
+  }
+  uint32_t index = 0;
+  const uint32_t id = ParseIDV(pArg1, &index);
+  if (id == 0) return 0;
+  return GetLogConfigItem(id, static_cast<uint32_t*>(pArg2), static_cast<tagCONFIGITEM*>(pArg3));
+}
+
+int32_t OnGetConfigItemEx(void* pArg1, void* pArg2, void* pArg3) {
+  Debug("Dbg (%s): in OnGetConfigItemEx\n");
+  if (pArg1 == nullptr || pArg2 == nullptr) {
+    Error("Err (%s:OnGetConfigItemEx): Parameter error!\n");
+    return 0;
+  }
+  uint32_t index = 0;
+  const uint32_t id = ParseIDV(pArg1, &index);
+  if (id == 0) return 0;
+  return GetLogConfigItemEx(id, static_cast<tagITEMRANGE*>(pArg2), static_cast<tagCONFIGITEM*>(pArg3));
+}

@@ -1,0 +1,209 @@
+#include "sel/selfilter.h"
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+
+#include "platform/message.h"
+#include "platform/privatefile.h"
+#include "platform/shell.h"
+#include "sel/selcache.h"
+#include "sel/sellogfile.h"
+#include "translate/description.h"
+#include "translate/sensor.h"
+
+namespace {
+
+constexpr char COPY_PREFIX[] = "/tmp/__sellog__tmp";
+constexpr char COPY_COMMAND[] = "cp -f %s %s 2>/dev/null";
+
+/// Fields of a record.
+constexpr size_t RECORD_TIME = 3;
+constexpr size_t RECORD_FORMAT = 9;
+/// The event message format that the tables describe.
+constexpr uint8_t RECORD_FORMAT_IPMI = 4;
+
+/// What stands before a line: its origin.
+constexpr std::string_view FROM_CONTROLLER = "0|";
+constexpr std::string_view FROM_FILE = "1|";
+
+constexpr uint32_t SENSOR_COLUMN_SIZE = 64;
+constexpr uint32_t DESCRIPTION_SIZE = 255;
+
+/// The characters of asctime's text between the day of the week and the year.
+constexpr size_t TIME_TEXT_OFFSET = 4;
+constexpr size_t TIME_TEXT_SIZE = 15;
+
+/// Positions from `first` to `last`, or none when either is 0.
+struct Positions {
+  uint64_t first = 0;
+  uint64_t last = 0;
+
+  uint64_t Count() const { return first == 0 || last == 0 ? 0 : last - first + 1; }
+};
+
+/// What a request selects: positions among the cache's entries, and among the file's records, counted from their ends.
+struct Selection {
+  Positions cache;
+  Positions file;
+
+  uint64_t Count() const { return cache.Count() + file.Count(); }
+};
+
+/// A range within `inCache` entries and `inFile` records behind them. Throws 1 when it begins behind its end.
+Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint64_t* end) {
+  Selection selection;
+  if (begin == nullptr || end == nullptr) {
+    if (inCache != 0) selection.cache = {1, inCache};
+    if (inFile != 0) selection.file = {1, inFile};
+    return selection;
+  }
+  if (*begin > *end) {
+    DebugUnnamed("Dbg (SELLogFilter): The log range is wrong!\n");
+    throw 1;
+  }
+  const uint64_t total = inCache + inFile;
+  uint64_t first = *begin;
+  if (first == 0) {
+    first = 1;
+    if (*end == 0) *end = total;
+  }
+  if (first > total) {
+    DebugUnnamed("Dbg (SELLogFilter): Out of SEL log range!\n");
+    return selection;
+  }
+  *end = std::min(*end, total);
+  if (first <= inCache) selection.cache = {first, std::min(*end, inCache)};
+  if (*end > inCache) selection.file = {std::max(first, inCache + 1) - inCache, *end - inCache};
+  return selection;
+}
+
+/// The lines of a request, each SEL_LINE_SIZE bytes at most.
+class SELText {
+ public:
+  /// Throws 1 when there is no memory for `lines` lines.
+  explicit SELText(uint64_t lines) : text_(new (std::nothrow) char[lines * SEL_LINE_SIZE + 1]()) {
+    if (text_ == nullptr) {
+      Error("Err (%s:ReadSELData): Can't allocate memory!\n");
+      throw 1;
+    }
+  }
+
+  void Append(std::string_view origin, const SELRecord& record) {
+    char* line = text_.get() + used_;
+    memcpy(line, origin.data(), origin.size());
+    FormatSELLine(&record, line + origin.size());
+    used_ += strlen(line);
+    ++lines_;
+  }
+
+  uint64_t Lines() const { return lines_; }
+  char* HandOver() { return text_.release(); }
+
+ private:
+  std::unique_ptr<char[]> text_;
+  size_t used_ = 0;
+  uint64_t lines_ = 0;
+};
+
+/// Appends the records at `positions` of a file of `total` records.
+void AppendFromFile(SELText& text, const char* file, uint64_t total, Positions positions) {
+  try {
+    const uint64_t count = positions.Count();
+    const std::unique_ptr<SELRecord[]> records = ReadSELLogFile(file, total - positions.last, count);
+    for (uint64_t i = count; i-- > 0;) {
+      if (records[i].at(RECORD_FORMAT) == RECORD_FORMAT_IPMI) {
+        text.Append(FROM_FILE, records[i]);
+      } else {
+        Debug("Dbg (%s:ReadSELLogFile): Unknow SEL entry format, may have bug!\n");
+      }
+    }
+  } catch (...) {
+    Debug("Dbg (%s:ReadSELData): Try to read SEL log file failed!\n");
+    throw;
+  }
+}
+
+/// Builds the text of a selection. Throws when that fails.
+SELText ReadSELData(const Selection& selection, const char* file, uint64_t inFile) {
+  try {
+    SELText text(selection.Count());
+    if (selection.cache.Count() != 0) {
+      const size_t size = g_vSELDataCache.size();
+      for (uint64_t k = selection.cache.first; k <= selection.cache.last; ++k) {
+        text.Append(FROM_CONTROLLER, g_vSELDataCache[size - k].abyRecord);
+      }
+    }
+    if (selection.file.Count() != 0) AppendFromFile(text, file, inFile, selection.file);
+    return text;
+  } catch (...) {
+    Error("Err (%s:SELLogFilter): Read SEL data error!\n");
+    throw;
+  }
+}
+
+/// Copies the SEL log file, so that its writer cannot change it between check and read.
+void CopyLogFile(const char* file, TemporaryFile& copy) {
+  if (!ClearName(copy.Path()) || IsFIFO(file) || !CommandFits(COPY_COMMAND, file, copy.Path())) return;
+  // Where there is nothing to copy, nothing is made: a missing file must be found missing.
+  if (IsReadable(file) && !copy.Make()) return;
+  RunCommand(COPY_COMMAND, file, copy.Path());
+}
+
+uint32_t ReadTime(const SELRecord& record) {
+  uint32_t time = 0;
+  for (size_t i = 0; i < sizeof(time); ++i) time |= static_cast<uint32_t>(record.at(RECORD_TIME + i)) << (8 * i);
+  return time;
+}
+
+}  // namespace
+
+uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* end) {
+  TemporaryFile copy(COPY_PREFIX, random());
+  if (file == nullptr) {
+    Error("Err (%s:SELLogFilter): Parameter error!\n");
+    return 0;
+  }
+  CopyLogFile(file, copy);
+  try {
+    ReadBMCSELToCache();
+    uint64_t inFile = CheckSELLogFile(copy.Path());
+    if (!copy.IsMade()) inFile = 0;  // what may stand there by now is somebody else's
+    const Selection selection = Select(g_uiSELCacheCount, inFile, begin, end);
+    const uint64_t count = selection.Count();
+    if (out == nullptr || count == 0) return count;
+    SELText text = ReadSELData(selection, copy.Path(), inFile);
+    *out = text.HandOver();
+    return text.Lines();
+  } catch (...) {
+    return 0;
+  }
+}
+
+int FormatSELLine(const SELRecord* record, char* line) {
+  const time_t seconds = ReadTime(*record);
+  tm parts{};
+  gmtime_r(&seconds, &parts);
+  std::array<char, 32> timeText{};
+  asctime_r(&parts, timeText.data());
+  std::array<char, SENSOR_COLUMN_SIZE + 2> name{};
+  GetSensorName(record, SENSOR_COLUMN_SIZE, name.data());
+  std::array<char, DESCRIPTION_SIZE + 1> description{};
+  GetSELDiscription(record, DESCRIPTION_SIZE, description.data());
+  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
+  for (char& c : name) {
+    if (c == '\n' || c == '|') c = ' ';
+  }
+  std::ranges::replace(description, '\n', ' ');
+  const size_t used = FROM_CONTROLLER.size() + TIME_TEXT_SIZE + strlen(name.data()) + sizeof("||\n");
+  snprintf(line, SEL_LINE_SIZE - FROM_CONTROLLER.size(), "%.*s|%s|%.*s\n", static_cast<int>(TIME_TEXT_SIZE),
+           timeText.data() + TIME_TEXT_OFFSET, name.data(), static_cast<int>(SEL_LINE_SIZE - used), description.data());
+  return 1;
+}

@@ -1,0 +1,105 @@
+#include "sel/sellogfile.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <new>
+#include <numeric>
+
+#include "platform/message.h"
+#include "platform/privatefile.h"
+
+namespace {
+
+using Header = std::array<uint8_t, SEL_LOG_HEADER_SIZE>;
+
+/// The size that a header states.
+int32_t StatedSize(const Header& header) {
+  uint32_t size = 0;
+  for (size_t i = 0; i < sizeof(size); ++i) {
+    size |= static_cast<uint32_t>(header.at(SEL_LOG_SIZE_OFFSET + i)) << (8 * i);
+  }
+  return static_cast<int32_t>(size);
+}
+
+/// Checks an open file and returns the number of its records. Throws 1, after a message, when something is wrong.
+uint64_t CountRecords(FILE* stream, const char* file) {
+  Header header{};
+  if (fread(header.data(), header.size(), 1, stream) != 1) {
+    Error("Err (%s:CheckSELLogFile): read \"%s\" failed!\n", file);
+    throw 1;
+  }
+  if (std::accumulate(header.begin(), header.end(), 0U) % 256 != 0) {
+    Error("Err (%s:CheckSELLogFile): file \"%s\" CRC check failed\n", file);
+    throw 1;
+  }
+  const int32_t size = StatedSize(header);
+  struct stat status {};
+  if (fstat(fileno(stream), &status) != 0 || status.st_size != size) {
+    Error("Err (%s:CheckSELLogFile): fstat \"%s\" error!\n", file);
+    throw 1;
+  }
+  const int64_t recordBytes = int64_t{size} - static_cast<int64_t>(SEL_LOG_HEADER_SIZE);
+  if (recordBytes <= 0 || recordBytes % static_cast<int64_t>(sizeof(SELRecord)) != 0) {
+    Error("Err (%s:CheckSELLogFile): File size invalid: %d\n", size);
+    throw 1;
+  }
+  return static_cast<uint64_t>(recordBytes) / sizeof(SELRecord);
+}
+
+uint64_t OpenAndCountRecords(const char* file) {
+  if (access(file, R_OK) != 0) {
+    Debug("Dbg (%s:CheckSELLogFile): File %s doesn't exist!\n", file);
+    throw 1;
+  }
+  const File stream = OpenForReading(file);
+  if (stream == nullptr) {
+    Error("Err (%s:CheckSELLogFile): Can't open %s\n", file);
+    throw 1;
+  }
+  return CountRecords(stream.get(), file);
+}
+
+}  // namespace
+
+uint64_t CheckSELLogFile(const char* file) {
+  try {
+    return OpenAndCountRecords(file);
+  } catch (int) {
+    DebugUnnamed("Dbg (SELLogFilter): SEL log file verify error!\n");
+    return 0;
+  }
+}
+
+std::unique_ptr<SELRecord[]> ReadSELLogFile(const char* file, uint64_t first, uint64_t count) {
+  if (count == 0) {
+    Debug("Dbg (%s:ReadSELLogFile): The Parameter error!\n");
+    throw 1;
+  }
+  if (access(file, R_OK) != 0) {
+    Debug("Dbg (%s:ReadSELLogFile): File %s doesn't exist!\n", file);
+    throw 1;
+  }
+  const File stream = OpenForReading(file);
+  if (stream == nullptr) {
+    Error("Err (%s:ReadSELLogFile): Can't open %s\n", file);
+    throw 1;
+  }
+  const uint64_t offset = SEL_LOG_HEADER_SIZE + first * sizeof(SELRecord);
+  if (fseek(stream.get(), static_cast<long>(offset), SEEK_SET) != 0) {
+    Error("Err (%s:ReadSELLogFile): fseek \"%s\" error\n", file);
+    throw 1;
+  }
+  std::unique_ptr<SELRecord[]> records(new (std::nothrow) SELRecord[count]);
+  if (records == nullptr) {
+    Error("Err (%s:ReadSELLogFile): Can't allocate memory!\n");
+    throw 1;
+  }
+  if (fread(records.get(), sizeof(SELRecord), count, stream.get()) != count) {
+    Error("Err (%s:ReadSELLogFile): fread \"%s\" error\n", file);
+    throw 1;
+  }
+  return records;
+}

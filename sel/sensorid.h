@@ -1,0 +1,30 @@
+/// sensorid.h: which host sensor an IPMI sensor number stands for. The host hands the table over as a text of
+/// hexadecimal numbers separated by ";": IPMI sensor number, host sensor ID, the next pair, and so on.
+#ifndef KESTRUNE_SEL_SENSORID_H_
+#define KESTRUNE_SEL_SENSORID_H_
+
+#include <cstdint>
+#include <vector>
+
+struct ZARPIDMAPPING {
+  uint8_t byIPMISensor;     ///< IPMI sensor number
+  uint32_t dwZARPSensorID;  ///< host sensor ID
+};
+
+/// Stands for no host sensor.
+inline constexpr uint32_t NO_ZARP_SENSOR = 0xFFFFFFFF;
+
+/// The table, in the order of the text; of several rows for one number the first counts. Guarded by the module lock.
+extern std::vector<ZARPIDMAPPING> g_aZARPIDMapping;
+
+/// Asks the host for the table and appends it. Returns 1, also when the text held no complete pair, or 0. Pairs with a
+/// field that is no number are left out. Throws std::bad_alloc.
+int GetIpmiZarpIDTable();
+
+/// Empties the table.
+void UnInitIpmiZarpIDTable();
+
+/// The host sensor ID of an IPMI sensor number, or NO_ZARP_SENSOR.
+uint32_t GetZARPSensorID(uint8_t sensorNumber);
+
+#endif  // KESTRUNE_SEL_SENSORID_H_

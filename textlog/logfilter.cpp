@@ -1,0 +1,191 @@
+#include "textlog/logfilter.h"
+
+#include <stdlib.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "platform/message.h"
+#include "platform/privatefile.h"
+#include "platform/shell.h"
+
+/// The log that the filter cache was made of. Guarded by the module lock, as is the cache.
+static std::array<char, SHELL_LINE_SIZE> lastFilteredLog{};
+
+namespace {
+
+constexpr char CACHE_FILE[] = "/tmp/._kestrune_cache";
+constexpr char WORK_FILE_PREFIX[] = "/tmp/__log__tmp";
+constexpr char QUIET[] = "2>/dev/null";
+
+/// The commands whose length depends on the caller; all others are made of the names above.
+constexpr char COUNT_LINES[] = "wc -l %s|awk '{print $1}'";
+constexpr char COPY_LAST_LINES[] = "tail -n %d %s > %s";
+constexpr char GREP_AND_SORT[] = "grep %s %s|sort -M > %s1 %s";
+
+PrivateFile filterCache(CACHE_FILE);
+
+/// The work files of one call: each step of the filter writes the second from the first, which then takes its place.
+class WorkFiles {
+ public:
+  explicit WorkFiles(long number) : work_(WORK_FILE_PREFIX, number), second_(WORK_FILE_PREFIX, number, "1") {}
+
+  const char* Path() const { return work_.Path(); }
+
+  /// Makes the work file a copy of the cache.
+  void CopyCache() {
+    if (!ClearName(Path()) || !filterCache.IsOurs() || !IsReadable(CACHE_FILE) || !work_.Make()) return;
+    RunCommand("cp -f %s %s", CACHE_FILE, Path());
+  }
+
+  bool IsMade() const { return work_.IsMade(); }
+
+  /// Lines of the work file. One that could not be made has none: what may stand under its name is somebody else's.
+  uint64_t CountLines() const { return IsMade() ? CountFileLines(Path()) : 0; }
+
+  /// Makes the second file, empty and private, for a command to write. Throws 1 when its name cannot be cleared.
+  void MakeSecond() {
+    if (!second_.Make()) throw 1;
+  }
+
+  /// The caller of the filter removes the work file.
+  void HandOn() { work_.HandOn(); }
+
+ private:
+  TemporaryFile work_;
+  TemporaryFile second_;
+};
+
+/// Whether the names fit every command that the filter may make of them, and its buffers.
+bool Fits(const char* logFile, const char* keyword, const char* work) {
+  return strlen(logFile) < lastFilteredLog.size() && CommandFits(COUNT_LINES, logFile) &&
+         CommandFits(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE) &&
+         (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
+}
+
+/// Brings the filter cache up to date if it belongs to another log or is gone.
+void RefreshCache(const char* logFile) {
+  const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
+  if (isSameLog && filterCache.IsOurs() && IsReadable(CACHE_FILE)) return;
+  memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
+  const uint64_t lines = CountFileLines(logFile);
+  if (!filterCache.Make()) return;
+  if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
+    RunCommand("cp -f %s %s", logFile, CACHE_FILE);
+  } else {
+    RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
+    Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
+  }
+}
+
+/// The count mode. Throws 1 when the work files cannot be made.
+uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
+  if (keyword != nullptr && files.IsMade()) {
+    const char* work = files.Path();
+    files.MakeSecond();
+    RunCommand("grep %s %s > %s1", keyword, work, work);
+    RunCommand("mv -f %s1 %s", work, work);
+  }
+  uint64_t lines = files.CountLines();
+  if (lines != 0 && begin != nullptr && end != nullptr) {
+    CompareRange(begin, end, lines, &lines);
+  }
+  return lines;
+}
+
+/// First step of the output mode: the keyword and the sort by month.
+void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
+  if ((keyword == nullptr && sortFirst == 0) || !files.IsMade()) return;
+  files.MakeSecond();
+  const char* work = files.Path();
+  if (keyword == nullptr) {
+    RunCommand("sort -M %s > %s1 %s", work, work, QUIET);
+  } else if (sortFirst != 0) {
+    RunCommand(GREP_AND_SORT, keyword, work, work, QUIET);
+  } else {
+    RunCommand("grep %s %s > %s1 %s", keyword, work, work, QUIET);
+  }
+  RunCommand("mv -f %s1 %s %s", work, work, QUIET);
+}
+
+/// Writes the lines wanted into the work file, newest first, and returns their number, which is 0 for an empty range.
+/// Throws 1 when there is nothing to list.
+uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint64_t* begin, uint64_t* end) {
+  const char* work = files.Path();
+  SelectAndSort(files, keyword, sortFirst);
+  const uint64_t lines = files.CountLines();
+  if (lines == 0) {
+    Debug("Dbg (%s:LogFilter): empty file!\n");
+    throw 1;
+  }
+  // A day of the month that is padded with a blank gets a zero instead.
+  if (begin == nullptr || end == nullptr) {
+    files.MakeSecond();
+    RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", work, work);
+  } else {
+    uint64_t count = 0;
+    CompareRange(begin, end, lines, &count);
+    if (count == 0) return 0;
+    const uint64_t first = lines - *end + 1;
+    const uint64_t last = lines - *begin + 1;
+    *begin = first;
+    *end = last;
+    files.MakeSecond();
+    RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
+               static_cast<long>(last), work, work);
+  }
+  RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
+  RunCommand("rm -f %s1 %s", work, QUIET);
+  const uint64_t listed = files.CountLines();
+  if (listed == 0) {
+    Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
+    throw 1;
+  }
+  return listed;
+}
+
+}  // namespace
+
+uint64_t CountFileLines(const char* path) { return ReadNumber(COUNT_LINES, path); }
+
+int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count) {
+  *count = 0;
+  if (total == 0 || *begin > total) return 0;
+  if (*begin == 0) *begin = 1;
+  if (*end == 0 || *end > total) *end = total;
+  if (*begin > *end) {
+    Error("Err (%s:CompareRange): begin line larger than end line!\n");
+    return 1;
+  }
+  *count = *end - *begin + 1;
+  return 0;
+}
+
+uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, int sortFirst, uint64_t* begin,
+                   uint64_t* end) {
+  WorkFiles files(random());
+  if (logFile == nullptr || !Fits(logFile, keyword, files.Path())) {
+    Error("Err (%s:LogFilter): Parameter error!\n");
+    return 0;
+  }
+  if (!IsReadable(logFile)) {
+    Error("Err (%s:LogFilter): File %s doesn't exist!\n", logFile);
+    return 0;
+  }
+  RefreshCache(logFile);
+  files.CopyCache();
+  if (resultFile != nullptr) resultFile[0] = '\0';
+  try {
+    if (resultFile == nullptr) return CountLines(files, keyword, begin, end);
+    const uint64_t lines = WriteResult(files, keyword, sortFirst, begin, end);
+    if (lines == 0) return 0;
+    files.HandOn();
+    snprintf(resultFile, RESULT_FILE_SIZE, "%.*s", static_cast<int>(RESULT_FILE_SIZE - 1), files.Path());
+    return lines;
+  } catch (...) {
+    return 0;
+  }
+}
+
+int CleanTmpFile() { return remove(CACHE_FILE); }

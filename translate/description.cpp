@@ -1,0 +1,138 @@
+#include "translate/description.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "translate/sensor.h"
+#include "translate/tables.h"
+
+namespace {
+
+/// Fields of a record that tell its event.
+constexpr size_t RECORD_EVENT_TYPE = 12;
+constexpr size_t RECORD_EVENT_DATA_1 = 13;
+constexpr size_t RECORD_EVENT_DATA_2 = 14;
+constexpr size_t RECORD_EVENT_DATA_3 = 15;
+constexpr uint8_t EVENT_TYPE_MASK = 0x7F;
+constexpr uint8_t EVENT_OFFSET_MASK = 0x0F;
+
+constexpr size_t NAME_SIZE_MAX = 255;
+constexpr size_t NUMBER_SIZE = 10;
+
+/// Text of a fixed size that drops what does not fit.
+template <size_t N>
+class BoundedText {
+ public:
+  void Append(std::string_view text) {
+    const size_t taken = std::min(text.size(), text_.size() - 1 - length_);
+    memcpy(text_.data() + length_, text.data(), taken);
+    length_ += taken;
+  }
+
+  const char* Text() const { return text_.data(); }
+
+ private:
+  std::array<char, N> text_{};
+  size_t length_ = 0;
+};
+using Expansion = BoundedText<DESCRIPTION_MAX + 1>;
+
+/// A bit field of a record that a placeholder stands for.
+struct NumberToken {
+  std::string_view name;
+  size_t byte;
+  unsigned int shift;
+  uint8_t mask;
+};
+constexpr std::array<NumberToken, 10> NUMBER_TOKENS{{
+    {"1", RECORD_EVENT_DATA_1, 0, 0xFF},
+    {"2", RECORD_EVENT_DATA_2, 0, 0xFF},
+    {"3", RECORD_EVENT_DATA_3, 0, 0xFF},
+    {"2h4", RECORD_EVENT_DATA_2, 4, 0x0F},
+    {"2l4", RECORD_EVENT_DATA_2, 0, 0x0F},
+    {"3h4", RECORD_EVENT_DATA_3, 4, 0x0F},
+    {"3h5", RECORD_EVENT_DATA_3, 3, 0x1F},
+    {"3l3", RECORD_EVENT_DATA_3, 0, 0x07},
+    {"3l4", RECORD_EVENT_DATA_3, 0, 0x0F},
+    {"3l7", RECORD_EVENT_DATA_3, 0, 0x7F},
+}};
+
+const char* FindOffsetText(const SELRecord& record) {
+  const uint8_t offset = record[RECORD_EVENT_DATA_1] & EVENT_OFFSET_MASK;
+  for (const tagSEL_OFFSET_DESC& row : std::span(g_aSELOffsetDesc, g_ulSELOffsetDescCount)) {
+    if (row.bySensorType == record[RECORD_SENSOR_TYPE] && row.byOffset == offset) return row.szText;
+  }
+  return nullptr;
+}
+
+const char* FindEventTemplate(const SELRecord& record) {
+  const uint8_t eventType = record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK;
+  for (const tagSEL_EVENT_DESC& row : std::span(g_aSELEventDesc, g_ulSELEventDescCount)) {
+    if (row.bySensorType == record[RECORD_SENSOR_TYPE] && row.byEventType == eventType &&
+        (record[RECORD_EVENT_DATA_1] & row.byMask) == row.byValue) {
+      return row.szText;
+    }
+  }
+  return nullptr;
+}
+
+void AppendNumber(Expansion& expansion, uint64_t number) {
+  std::array<char, NUMBER_SIZE> text{};
+  snprintf(text.data(), text.size(), "%ld", static_cast<long>(number));
+  expansion.Append(text.data());
+}
+
+void AppendToken(Expansion& expansion, std::string_view token, const SELRecord& record) {
+  if (token == "di") {
+    std::array<char, NAME_SIZE_MAX + 2> name{};
+    GetSensorName(&record, NAME_SIZE_MAX, name.data());
+    expansion.Append(name.data());
+    return;
+  }
+  if (token == "trf") {
+    AppendNumber(expansion, GetConvertedTriggerValue(record[RECORD_SENSOR_NUMBER], record[RECORD_EVENT_DATA_2]));
+    return;
+  }
+  const auto* found = std::ranges::find(NUMBER_TOKENS, token, &NumberToken::name);
+  if (found == NUMBER_TOKENS.end()) return;
+  AppendNumber(expansion, static_cast<uint64_t>(record.at(found->byte) >> found->shift) & found->mask);
+}
+
+Expansion Expand(std::string_view text, const SELRecord& record) {
+  Expansion expansion;
+  while (true) {
+    const size_t open = text.find('|');
+    expansion.Append(text.substr(0, open));
+    if (open == std::string_view::npos) break;
+    text.remove_prefix(open + 1);
+    const size_t close = text.find('|');
+    if (close == std::string_view::npos) break;
+    AppendToken(expansion, text.substr(0, close), record);
+    text.remove_prefix(close + 1);
+  }
+  return expansion;
+}
+
+/// What is said of a record that no row fits.
+Expansion DumpRecord(const SELRecord& record) {
+  Expansion dump;
+  dump.Append("Unspecified event! Hex dump :");
+  for (const uint8_t byte : record) {
+    std::array<char, 4> text{};
+    snprintf(text.data(), text.size(), " %02X", byte);
+    dump.Append(text.data());
+  }
+  return dump;
+}
+
+}  // namespace
+
+char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
+  if (const char* text = FindOffsetText(*record)) return strncpy(output, text, length);
+  if (const char* text = FindEventTemplate(*record)) return strncpy(output, Expand(text, *record).Text(), length);
+  return strncpy(output, DumpRecord(*record).Text(), length);
+}

@@ -1,0 +1,29 @@
+/// description.h: one event log record as one line of words.
+///
+/// A template of the event table is text with placeholders, each a name between two "|":
+///
+///   1, 2, 3                    event data 1, 2, 3
+///   2h4, 2l4                   upper, lower 4 bits of event data 2
+///   3h4, 3h5, 3l3, 3l4, 3l7    upper 4 and 5, lower 3, 4 and 7 bits of event data 3
+///   di                         the sensor's name
+///   trf                        the trigger reading (event data 2) in the sensor's unit
+///
+/// Numbers are decimal and have at most 9 digits. A placeholder of any other name, or one that the template does not
+/// close, vanishes.
+#ifndef KESTRUNE_TRANSLATE_DESCRIPTION_H_
+#define KESTRUNE_TRANSLATE_DESCRIPTION_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/nubo.h"
+
+/// Longest description, without its NUL.
+inline constexpr size_t DESCRIPTION_MAX = 159;
+
+/// Copies the description of `record` to `output`, as strncpy does over `length` bytes, and returns `output`. The text
+/// is the sensor type's for the event offset, else the expanded template of the event, else a hex dump. The event's
+/// direction makes no difference. Throws std::bad_alloc.
+char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output);
+
+#endif  // KESTRUNE_TRANSLATE_DESCRIPTION_H_

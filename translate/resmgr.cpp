@@ -1,0 +1,114 @@
+#include "translate/resmgr.h"
+
+#include <dlfcn.h>
+
+#include <cstddef>
+#include <cstdio>
+#include <memory>
+
+void* g_hRscDll = nullptr;
+GetStringFunction g_lpfnGetString = nullptr;
+GetStringWFunction g_lpfnGetStringW = nullptr;
+uint32_t g_wLang = 0x0409;
+
+namespace {
+
+constexpr char LIBRARY_FILE[] = "/usr/zarp/lib/libresmgr.so";
+
+/// Reports the loader's last error, if there was one, on standard error.
+bool HadLoaderError() {
+  const char* text = dlerror();
+  if (text == nullptr) return false;
+  fprintf(stderr, "%s\n", text);
+  return true;
+}
+
+/// Looks up a function of the library. Returns false, with the error reported, when it has none of that name.
+template <typename Function>
+bool Resolve(const char* name, Function& function) {
+  dlerror();
+  function = reinterpret_cast<Function>(dlsym(g_hRscDll, name));
+  return !HadLoaderError() && function != nullptr;
+}
+
+void Unload() {
+  dlclose(g_hRscDll);
+  g_hRscDll = nullptr;
+  g_lpfnGetString = nullptr;
+  g_lpfnGetStringW = nullptr;
+}
+
+/// Takes the library down again when its start stops half way.
+class StartGuard {
+ public:
+  StartGuard() = default;
+  StartGuard(const StartGuard&) = delete;
+  StartGuard& operator=(const StartGuard&) = delete;
+  ~StartGuard() {
+    if (done_) return;
+    int (*uninitialise)() = nullptr;
+    if (initialised_ && Resolve("MgrUninit", uninitialise)) uninitialise();
+    Unload();
+  }
+
+  void LibraryIsInitialised() { initialised_ = true; }
+  void Done() { done_ = true; }
+
+ private:
+  bool initialised_ = false;
+  bool done_ = false;
+};
+
+void ReportOnOutput(const char* text) { printf("Debug: %s", text); }
+
+}  // namespace
+
+int InitResMgr() {
+  dlerror();
+  g_hRscDll = dlopen(LIBRARY_FILE, RTLD_NOW);
+  if (g_hRscDll == nullptr) {
+    HadLoaderError();
+    return 0;
+  }
+  StartGuard guard;
+  int (*initialise)() = nullptr;
+  if (!Resolve("MgrInit", initialise)) return 0;
+  fprintf(stderr, "Dbg (InitResMgr): Start to init ResMgr!\n");
+  if (initialise() == 0) {
+    fprintf(stderr, "Err (InitResMgr): Failed to initialize ResMgr!\n");
+    return 0;
+  }
+  guard.LibraryIsInitialised();
+  fprintf(stderr, "Dbg (InitResMgr): End initResMgr!\n");
+  if (!Resolve("GetStringA", g_lpfnGetString) || !Resolve("GetStringW", g_lpfnGetStringW)) return 0;
+  guard.Done();
+  return 1;
+}
+
+void UninitResMgr() {
+  int (*uninitialise)() = nullptr;
+  if (!Resolve("MgrUninit", uninitialise)) return;
+  uninitialise();
+  Unload();
+}
+
+int GetStringA(tagGS_PARAM param, char** string) {
+  if (g_hRscDll == nullptr || g_lpfnGetString == nullptr) {
+    ReportOnOutput("<KESTRUNE> Resource manager is inexistent.\n");
+    return 0;
+  }
+  const auto language = static_cast<uint16_t>(g_wLang);
+  uint32_t size = 0;
+  if (g_lpfnGetString(language, &param, nullptr, &size) == 0) {
+    ReportOnOutput("<KESTRUNE> Fail to get size of string.\n");
+    return 0;
+  }
+  // One zero byte more, so that a library which counts no NUL does not make its reader run on.
+  auto text = std::make_unique<char[]>(static_cast<size_t>(size) + 1);
+  if (g_lpfnGetString(language, &param, text.get(), &size) == 0) {
+    ReportOnOutput("<KESTRUNE> Fail to get string.\n");
+    return 0;
+  }
+  *string = text.release();
+  return 1;
+}

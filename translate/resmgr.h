@@ -1,0 +1,41 @@
+/// resmgr.h: the bridge to the host's resource-manager library, which keeps the names that the host gives its sensors.
+/// All state is guarded by the module lock.
+#ifndef KESTRUNE_TRANSLATE_RESMGR_H_
+#define KESTRUNE_TRANSLATE_RESMGR_H_
+
+#include <cstdint>
+
+/// Names the string wanted; the library receives a pointer to it.
+struct tagGS_PARAM {
+  uint32_t dwType;      ///< GS_TYPE_...
+  uint32_t dwObjectID;  ///< the host object that the string belongs to
+  uint32_t dwArg1;      ///< 0 for sensor names
+  uint32_t dwArg2;      ///< 0 for sensor names
+};
+static_assert(sizeof(tagGS_PARAM) == 16);
+
+/// The name of the host sensor dwObjectID.
+inline constexpr uint32_t GS_TYPE_SENSOR_NAME = 0x00080002;
+
+/// The library's string functions, with the two-call protocol: a null buffer asks for the size in bytes, NUL included.
+using GetStringFunction = int (*)(uint16_t language, tagGS_PARAM* param, char* buffer, uint32_t* size);
+/// Resolved because the library must have it, never called.
+using GetStringWFunction = void (*)();
+
+extern void* g_hRscDll;
+extern GetStringFunction g_lpfnGetString;
+extern GetStringWFunction g_lpfnGetStringW;
+extern uint32_t g_wLang;  ///< language identifier passed with every request: 0x0409
+
+/// Loads and initialises the library. Returns 1, or 0 with nothing left loaded. Reports on standard error.
+int InitResMgr();
+
+/// Shuts the library down and unloads it; only after a successful InitResMgr. A library without "MgrUninit" stays
+/// loaded.
+void UninitResMgr();
+
+/// Fetches one string. Returns 1 with `*string` set to a new array that the caller frees with array delete, or 0 with
+/// `*string` untouched. Reports on standard output. Throws std::bad_alloc.
+int GetStringA(tagGS_PARAM param, char** string);
+
+#endif  // KESTRUNE_TRANSLATE_RESMGR_H_

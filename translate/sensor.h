@@ -1,0 +1,26 @@
+/// sensor.h: a sensor's name and its readings, with the host's help. The callers hold the module lock.
+#ifndef KESTRUNE_TRANSLATE_SENSOR_H_
+#define KESTRUNE_TRANSLATE_SENSOR_H_
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/nubo.h"
+
+/// Fields of a record that tell its sensor.
+inline constexpr size_t RECORD_SENSOR_TYPE = 10;
+inline constexpr size_t RECORD_SENSOR_NUMBER = 11;
+
+/// Copies the name of the record's sensor type, or "N/A", as strncpy does over `length` bytes. Returns `output`.
+char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output);
+
+/// Copies the host's name of the record's sensor, as strncpy does over `size` + 1 bytes: a name longer than `size` is
+/// not terminated, so callers hand over a zeroed buffer with one byte to spare. Without a host's name it is the sensor
+/// type's, over `size` bytes. `size` is at most 255. Returns `output`. Throws std::bad_alloc.
+char* GetSensorName(const SELRecord* record, uint32_t size, char* output);
+
+/// The raw reading of an IPMI sensor in the sensor's unit, at most 32 bits wide; 0 when there is none. Holds the
+/// hardware-access module's lock meanwhile.
+uint64_t GetConvertedTriggerValue(uint8_t sensorNumber, uint8_t rawReading);
+
+#endif  // KESTRUNE_TRANSLATE_SENSOR_H_
