@@ -24,13 +24,13 @@ class MessageFormat {
 
  private:
   /// The conversion that comes next, behind its percent sign, or null.
-  static consteval const char* Next(const char* text) {
+  static constexpr const char* Next(const char* text) {
     while (*text != '\0' && *text != '%') ++text;
     return *text == '\0' ? nullptr : text + 1;
   }
 
   template <typename T>
-  static consteval bool Takes(const char*& rest) {
+  static constexpr bool Takes(const char*& rest) {
     const char* conversion = Next(rest);
     if (conversion == nullptr) return false;
     const bool isLong = *conversion == 'l';
