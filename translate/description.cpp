@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <span>
 #include <string_view>
 
+#include "platform/boundedtext.h"
 #include "translate/sensor.h"
 #include "translate/tables.h"
 
@@ -21,24 +22,8 @@ constexpr uint8_t EVENT_TYPE_MASK = 0x7F;
 constexpr uint8_t EVENT_OFFSET_MASK = 0x0F;
 
 constexpr size_t NAME_SIZE_MAX = 255;
-constexpr size_t NUMBER_SIZE = 10;
+constexpr size_t NUMBER_LENGTH_MAX = 9;
 
-/// Text of a fixed size that drops what does not fit.
-template <size_t N>
-class BoundedText {
- public:
-  void Append(std::string_view text) {
-    const size_t taken = std::min(text.size(), text_.size() - 1 - length_);
-    memcpy(text_.data() + length_, text.data(), taken);
-    length_ += taken;
-  }
-
-  const char* Text() const { return text_.data(); }
-
- private:
-  std::array<char, N> text_{};
-  size_t length_ = 0;
-};
 using Expansion = BoundedText<DESCRIPTION_MAX + 1>;
 
 /// A bit field of a record that a placeholder stands for.
@@ -61,29 +46,11 @@ constexpr std::array<NumberToken, 10> NUMBER_TOKENS{{
     {"3l7", RECORD_EVENT_DATA_3, 0, 0x7F},
 }};
 
-const char* FindOffsetText(const SELRecord& record) {
-  const uint8_t offset = record[RECORD_EVENT_DATA_1] & EVENT_OFFSET_MASK;
-  for (const tagSEL_OFFSET_DESC& row : std::span(g_aSELOffsetDesc, g_ulSELOffsetDescCount)) {
-    if (row.bySensorType == record[RECORD_SENSOR_TYPE] && row.byOffset == offset) return row.szText;
-  }
-  return nullptr;
-}
-
-const char* FindEventTemplate(const SELRecord& record) {
-  const uint8_t eventType = record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK;
-  for (const tagSEL_EVENT_DESC& row : std::span(g_aSELEventDesc, g_ulSELEventDescCount)) {
-    if (row.bySensorType == record[RECORD_SENSOR_TYPE] && row.byEventType == eventType &&
-        (record[RECORD_EVENT_DATA_1] & row.byMask) == row.byValue) {
-      return row.szText;
-    }
-  }
-  return nullptr;
-}
-
 void AppendNumber(Expansion& expansion, uint64_t number) {
-  std::array<char, NUMBER_SIZE> text{};
-  snprintf(text.data(), text.size(), "%ld", static_cast<long>(number));
-  expansion.Append(text.data());
+  std::array<char, 20> digits{};
+  const std::to_chars_result written = std::to_chars(digits.data(), digits.data() + digits.size(), number);
+  const auto length = static_cast<size_t>(written.ptr - digits.data());
+  expansion.Append({digits.data(), std::min(length, NUMBER_LENGTH_MAX)});
 }
 
 void AppendToken(Expansion& expansion, std::string_view token, const SELRecord& record) {
@@ -132,7 +99,13 @@ Expansion DumpRecord(const SELRecord& record) {
 }  // namespace
 
 char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
-  if (const char* text = FindOffsetText(*record)) return strncpy(output, text, length);
-  if (const char* text = FindEventTemplate(*record)) return strncpy(output, Expand(text, *record).Text(), length);
+  const uint8_t sensorType = (*record)[RECORD_SENSOR_TYPE];
+  const uint8_t eventData1 = (*record)[RECORD_EVENT_DATA_1];
+  if (const char* text = FindOffsetText(sensorType, eventData1 & EVENT_OFFSET_MASK)) {
+    return strncpy(output, text, length);
+  }
+  if (const char* text = FindEventTemplate(sensorType, (*record)[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1)) {
+    return strncpy(output, Expand(text, *record).Text(), length);
+  }
   return strncpy(output, DumpRecord(*record).Text(), length);
 }

@@ -2,7 +2,7 @@
 ///
 /// Rows with event type 0xEF word the deassertion of the row that follows them.
 
-#include "translate/tablecheck.h"
+#include "translate/tableindex.h"
 #include "translate/tables.h"
 
 // clang-format off
@@ -388,3 +388,11 @@ constexpr auto RowsWithMask(uint8_t mask) {
 }  // namespace
 static_assert(RowsWithMask(0x0F) == 227 && RowsWithMask(0xFF) == 115 && RowsWithMask(0x00) == 7);
 static_assert(RowsWithMask(0xC1) == 6 && RowsWithMask(0x3F) == 5 && RowsWithMask(0xCF) == 4 && RowsWithMask(0x7F) == 1);
+
+const char* FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1) {
+  static constexpr RowIndex INDEX(g_aSELEventDesc);
+  const tagSEL_EVENT_DESC* row = INDEX.Find(g_aSELEventDesc, sensorType, [=](const auto& candidate) {
+    return candidate.byEventType == eventType && (eventData1 & candidate.byMask) == candidate.byValue;
+  });
+  return row == nullptr ? nullptr : row->szText;
+}

@@ -1,6 +1,6 @@
 /// offsettable.cpp: texts of the event offsets that a sensor type defines.
 
-#include "translate/tablecheck.h"
+#include "translate/tableindex.h"
 #include "translate/tables.h"
 
 // clang-format off
@@ -154,3 +154,10 @@ constexpr uint64_t g_ulSELOffsetDescCount = sizeof(g_aSELOffsetDesc) / sizeof(g_
 static_assert(g_ulSELOffsetDescCount == 141);
 static_assert(LongestText(g_aSELOffsetDesc, &tagSEL_OFFSET_DESC::szText) == 59);
 static_assert(CountRows(g_aSELOffsetDesc, [](const auto& row) { return row.byOffset > 0x0F; }) == 0);
+
+const char* FindOffsetText(uint8_t sensorType, uint8_t offset) {
+  static constexpr RowIndex INDEX(g_aSELOffsetDesc);
+  const tagSEL_OFFSET_DESC* row = INDEX.Find(g_aSELOffsetDesc, sensorType,
+                                             [offset](const auto& candidate) { return candidate.byOffset == offset; });
+  return row == nullptr ? nullptr : row->szText;
+}

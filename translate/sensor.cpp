@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <memory>
-#include <span>
 
 #include "sel/sensorid.h"
 #include "translate/resmgr.h"
@@ -26,14 +25,8 @@ class HardwareLock {
 }  // namespace
 
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {
-  const char* name = UNKNOWN_SENSOR_TYPE;
-  for (const tagSENSORTYPE_NAME& row : std::span(g_aSensorTypeName, g_ulSensorTypeNameCount)) {
-    if (row.bySensorType == (*record)[RECORD_SENSOR_TYPE]) {
-      name = row.szName;
-      break;
-    }
-  }
-  return strncpy(output, name, length);
+  const char* name = FindSensorTypeName((*record)[RECORD_SENSOR_TYPE]);
+  return strncpy(output, name != nullptr ? name : UNKNOWN_SENSOR_TYPE, length);
 }
 
 char* GetSensorName(const SELRecord* record, uint32_t size, char* output) {

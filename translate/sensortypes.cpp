@@ -1,6 +1,6 @@
 /// sensortypes.cpp: names of the sensor types.
 
-#include "translate/tablecheck.h"
+#include "translate/tableindex.h"
 #include "translate/tables.h"
 
 // clang-format off
@@ -56,3 +56,9 @@ constexpr uint64_t g_ulSensorTypeNameCount = sizeof(g_aSensorTypeName) / sizeof(
 
 static_assert(g_ulSensorTypeNameCount == 44);
 static_assert(LongestText(g_aSensorTypeName, &tagSENSORTYPE_NAME::szName) == 35);
+
+const char* FindSensorTypeName(uint8_t sensorType) {
+  static constexpr RowIndex INDEX(g_aSensorTypeName);
+  const tagSENSORTYPE_NAME* row = INDEX.Find(g_aSensorTypeName, sensorType, [](const auto&) { return true; });
+  return row == nullptr ? nullptr : row->szName;
+}

@@ -41,4 +41,13 @@ extern const uint64_t g_ulSELEventDescCount;  ///< 365
 extern const tagSEL_OFFSET_DESC g_aSELOffsetDesc[];
 extern const uint64_t g_ulSELOffsetDescCount;  ///< 141
 
+/// The name of a sensor type, or null.
+const char* FindSensorTypeName(uint8_t sensorType);
+
+/// The text of a sensor type's event offset, or null.
+const char* FindOffsetText(uint8_t sensorType, uint8_t offset);
+
+/// The template of an event, or null.
+const char* FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1);
+
 #endif  // KESTRUNE_TRANSLATE_TABLES_H_
