@@ -1,12 +1,39 @@
 #include "frame/compat.h"
 
 #include <errno.h>
+#include <langinfo.h>
 #include <stdlib.h>
 #include <sys/sysinfo.h>
 #include <time.h>
 
 #include <cstring>
 #include <new>
+#include <string_view>
+
+namespace {
+
+/// Whether each ASCII byte is the character of the same number in the current locale. Known of the two encodings that
+/// machines are run with; any other goes the C library's way.
+bool IsASCIIPlain() {
+  const std::string_view encoding = nl_langinfo(CODESET);
+  return encoding == "UTF-8" || encoding == "ANSI_X3.4-1968";
+}
+
+/// Widens a text with the terminator and the second zero that hosts rely on behind it. Returns false when it is not all
+/// ASCII.
+bool WidenASCII(const char* text, size_t length, wchar_t* wide) {
+  unsigned int seen = 0;
+  for (size_t i = 0; i < length; ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    seen |= byte;
+    wide[i] = byte;
+  }
+  wide[length] = 0;
+  wide[length + 1] = 0;
+  return seen < 0x80;
+}
+
+}  // namespace
 
 BSTR SysAllocString(const wchar_t* text) {
   if (text == nullptr) return nullptr;
@@ -18,9 +45,15 @@ BSTR SysAllocString(const wchar_t* text) {
 
 BSTR SysAllocString(const char* text) {
   if (text == nullptr) return nullptr;
+  if (IsASCIIPlain()) {
+    // Log lines are plain ASCII but for a few, so one pass over the text usually does.
+    const size_t length = strlen(text);
+    BSTR string = new (std::nothrow) wchar_t[length + 2];
+    if (string == nullptr || WidenASCII(text, length, string)) return string;
+    delete[] string;
+  }
   const size_t length = mbstowcs(nullptr, text, 0);
   if (length == static_cast<size_t>(-1)) return new (std::nothrow) wchar_t[1]();
-  // One element more than the terminator needs: hosts rely on a second zero behind it.
   BSTR string = new (std::nothrow) wchar_t[length + 2]();
   if (string != nullptr) mbstowcs(string, text, length + 2);
   return string;
