@@ -1,16 +1,16 @@
 #include "sel/selfilter.h"
 
 #include <stdlib.h>
-#include <time.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <string_view>
 
+#include "platform/boundedtext.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
@@ -36,10 +36,6 @@ constexpr std::string_view FROM_FILE = "1|";
 
 constexpr uint32_t SENSOR_COLUMN_SIZE = 64;
 constexpr uint32_t DESCRIPTION_SIZE = 255;
-
-/// The characters of asctime's text between the day of the week and the year.
-constexpr size_t TIME_TEXT_OFFSET = 4;
-constexpr size_t TIME_TEXT_SIZE = 15;
 
 /// Positions from `first` to `last`, or none when either is 0.
 struct Positions {
@@ -163,6 +159,32 @@ uint32_t ReadTime(const SELRecord& record) {
   return time;
 }
 
+/// Appends a time stamp as asctime writes it, without day of the week and year, but in UTC and in every locale alike.
+template <size_t Size>
+void AppendTime(BoundedText<Size>& text, uint32_t stamp) {
+  static constexpr std::array<std::string_view, 12> MONTHS{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  const std::chrono::sys_seconds time{std::chrono::seconds{stamp}};
+  const auto midnight = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date{midnight};
+  const std::chrono::hh_mm_ss clock{time - midnight};
+  const auto twoDigits = [](auto number, char padding) {
+    const auto value = static_cast<unsigned int>(number);
+    return std::array<char, 2>{value < 10 ? padding : static_cast<char>('0' + value / 10),
+                               static_cast<char>('0' + value % 10)};
+  };
+  const auto append = [&text](const std::array<char, 2>& digits) { text.Append({digits.data(), digits.size()}); };
+  text.Append(MONTHS.at(static_cast<unsigned int>(date.month()) - 1));
+  text.Append(" ");
+  append(twoDigits(static_cast<unsigned int>(date.day()), ' '));
+  text.Append(" ");
+  append(twoDigits(clock.hours().count(), '0'));
+  text.Append(":");
+  append(twoDigits(clock.minutes().count(), '0'));
+  text.Append(":");
+  append(twoDigits(clock.seconds().count(), '0'));
+}
+
 }  // namespace
 
 uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* end) {
@@ -188,22 +210,23 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
 }
 
 int FormatSELLine(const SELRecord* record, char* line) {
-  const time_t seconds = ReadTime(*record);
-  tm parts{};
-  gmtime_r(&seconds, &parts);
-  std::array<char, 32> timeText{};
-  asctime_r(&parts, timeText.data());
   std::array<char, SENSOR_COLUMN_SIZE + 2> name{};
   GetSensorName(record, SENSOR_COLUMN_SIZE, name.data());
   std::array<char, DESCRIPTION_SIZE + 1> description{};
   GetSELDiscription(record, DESCRIPTION_SIZE, description.data());
   // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  for (char& c : name) {
-    if (c == '\n' || c == '|') c = ' ';
-  }
+  std::ranges::replace(name, '\n', ' ');
+  std::ranges::replace(name, '|', ' ');
   std::ranges::replace(description, '\n', ' ');
-  const size_t used = FROM_CONTROLLER.size() + TIME_TEXT_SIZE + strlen(name.data()) + sizeof("||\n");
-  snprintf(line, SEL_LINE_SIZE - FROM_CONTROLLER.size(), "%.*s|%s|%.*s\n", static_cast<int>(TIME_TEXT_SIZE),
-           timeText.data() + TIME_TEXT_OFFSET, name.data(), static_cast<int>(SEL_LINE_SIZE - used), description.data());
+  BoundedText<SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1> text;
+  AppendTime(text, ReadTime(*record));
+  text.Append("|");
+  text.Append(name.data());
+  text.Append("|");
+  text.Append(description.data());
+  // The newline has its place even where the description was cut.
+  const std::string_view whole = text.View();
+  memcpy(line, whole.data(), whole.size());
+  memcpy(line + whole.size(), "\n", 2);
   return 1;
 }
