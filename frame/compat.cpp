@@ -55,7 +55,9 @@ BSTR SysAllocString(const char* text) {
   const size_t length = mbstowcs(nullptr, text, 0);
   if (length == static_cast<size_t>(-1)) return new (std::nothrow) wchar_t[1]();
   BSTR string = new (std::nothrow) wchar_t[length + 2]();
-  if (string != nullptr) mbstowcs(string, text, length + 2);
+  if (string == nullptr) return nullptr;
+  mbstowcs(string, text, length + 2);
+  string[length + 1] = 0;  // also where another thread has changed the locale in between
   return string;
 }
 

@@ -29,12 +29,22 @@ static uint32_t g_bSPInitialized = 0;
 
 namespace {
 
+/// Holds the module lock. A host thread that is cancelled meanwhile ends behind it: half a request would leave files.
 class ModuleLock {
  public:
-  ModuleLock() { pthread_mutex_lock(&g_SPMutex); }
-  ~ModuleLock() { pthread_mutex_unlock(&g_SPMutex); }
+  ModuleLock() {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_);
+    pthread_mutex_lock(&g_SPMutex);
+  }
+  ~ModuleLock() {
+    pthread_mutex_unlock(&g_SPMutex);
+    pthread_setcancelstate(cancelState_, nullptr);
+  }
   ModuleLock(const ModuleLock&) = delete;
   ModuleLock& operator=(const ModuleLock&) = delete;
+
+ private:
+  int cancelState_ = PTHREAD_CANCEL_ENABLE;
 };
 
 }  // namespace
@@ -68,20 +78,27 @@ static constexpr tagSPHANDLER g_SPHandlerTable[] = {
     {0, nullptr, {nullptr}, 0},
 };
 
-int32_t SPInitialize(const uint64_t* settings, uint32_t* out) try {
+/// Starts the data; without memory for it, that fails like any start.
+static int TryToInitData() {
+  try {
+    return OnInitData();
+  } catch (...) {
+    return 0;
+  }
+}
+
+int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
   if (IsOSSupported() == 0) return 0;
   const ModuleLock lock;
   if (g_bSPInitialized == 1) return 1;
   if (settings != nullptr) StoreSettings(*settings);
   if (out != nullptr) *out = 2;
-  if (OnInitData() == 0) {
+  if (TryToInitData() == 0) {
     Error("Err (%s:SPInitialize): Function OnInitData() return false\n");
     return 0;
   }
   g_bSPInitialized = 1;
   return 1;
-} catch (...) {
-  return 0;
 }
 
 int32_t SPUninitialize() {
@@ -108,9 +125,11 @@ int32_t DefSPConfigHandler(uint8_t op, const char* request, void* pArg1, void* p
   return 0;
 }
 
-void ShowBMCSELLogDebug() try {
+void ShowBMCSELLogDebug() {
   const ModuleLock lock;
-  DumpControllerLog();
-} catch (...) {
-  puts("Get SEL data fail!");
+  try {
+    DumpControllerLog();
+  } catch (...) {
+    puts("Get SEL data fail!");
+  }
 }

@@ -30,7 +30,7 @@ int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items) {
     Error("Err (%s:GetLogConfigItem): Unknow ID!\n");
     return 0;
   }
-  if (items == nullptr || IsSELUnavailable(*log)) {
+  if (items == nullptr || IsUnavailable(*log)) {
     *count = static_cast<uint32_t>(CountRecords(*log, 0, nullptr, nullptr));
     return 1;
   }
@@ -58,7 +58,7 @@ int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
     Error("Err (%s:GetLogConfigItemEx): Unknow ID!\n");
     return 0;
   }
-  if (IsSELUnavailable(*log)) {
+  if (IsUnavailable(*log)) {
     range->dwCount = 0;
     return 1;
   }

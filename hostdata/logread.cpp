@@ -17,10 +17,13 @@ void MergeApplicationLog() {
   LogMerger(list.data(), FindLogSource(LOG_APPLICATION)->pszPath);
 }
 
-bool IsSELUnavailable(const LogSource& log) { return log.dwID == LOG_SEL && selEnable != 1; }
+bool IsUnavailable(const LogSource& log) {
+  if (log.dwID == LOG_SEL) return selEnable != 1;
+  return log.dwID == LOG_APPLICATION && IsMergedLogForeign();
+}
 
 uint64_t CountRecords(const LogSource& log, int sortFirst, uint64_t* begin, uint64_t* end) {
-  if (IsSELUnavailable(log)) return 0;
+  if (IsUnavailable(log)) return 0;
   if (log.dwID == LOG_SEL) return SELLogFilter(log.pszPath, nullptr, begin, end);
   return LogFilter(log.pszPath, nullptr, nullptr, sortFirst, begin, end);
 }

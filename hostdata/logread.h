@@ -14,8 +14,9 @@
 /// Brings the merged application log up to date.
 void MergeApplicationLog();
 
-/// Whether the log is the SEL and the SEL store is not started: such a log answers as an empty one.
-bool IsSELUnavailable(const LogSource& log);
+/// Whether the log answers as an empty one without being looked at: the SEL while its store is not started, the
+/// application log where somebody else's file stands in place of the merged one.
+bool IsUnavailable(const LogSource& log);
 
 /// The number of records of a log, or of those in a range; 0 for a missing or unavailable one. `begin` and `end` are
 /// both null for the whole log; otherwise the range is brought within the log in place.

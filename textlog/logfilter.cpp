@@ -1,6 +1,7 @@
 #include "textlog/logfilter.h"
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cstdio>
@@ -64,6 +65,12 @@ bool Fits(const char* logFile, const char* keyword, const char* work) {
          (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
 }
 
+/// Size of a file in bytes, or -1.
+off_t SizeOf(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 ? status.st_size : -1;
+}
+
 /// Brings the filter cache up to date if it belongs to another log or is gone.
 void RefreshCache(const char* logFile) {
   const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
@@ -73,6 +80,8 @@ void RefreshCache(const char* logFile) {
   if (!filterCache.Make()) return;
   if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
+    // A copy that came to nothing is no copy: the log is read again next time.
+    if (SizeOf(CACHE_FILE) == 0 && SizeOf(logFile) != 0) ClearName(CACHE_FILE);
   } else {
     RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);

@@ -75,6 +75,8 @@ bool HasNewerFile(const char* fileList) {
 
 }  // namespace
 
+bool IsMergedLogForeign() { return access(mergedFile.Path(), F_OK) == 0 && !mergedFile.IsOurs(); }
+
 int LogMerger(char* fileList, const char* target) {
   if (fileList == nullptr || target == nullptr || !Fits(fileList, target)) return 0;
   bool changed = false;
@@ -98,7 +100,7 @@ int LogMerger(char* fileList, const char* target) {
   const char* name = strtok_r(fileList, " ", &rest);
   RunCommand(EMPTY_COMMAND, target);
   for (; name != nullptr; name = strtok_r(nullptr, " ", &rest)) {
-    if (IsReadable(name)) RunCommand(APPEND_COMMAND, name, target);
+    if (access(name, F_OK) == 0 && !IsFIFO(name)) RunCommand(APPEND_COMMAND, name, target);
   }
   return 0;
 }

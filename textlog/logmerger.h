@@ -8,4 +8,7 @@
 /// command line are refused with nothing touched. Returns 0.
 int LogMerger(char* fileList, const char* target);
 
+/// Whether something stands under the last target's name that LogMerger did not make and could not clear away.
+bool IsMergedLogForeign();
+
 #endif  // KESTRUNE_TEXTLOG_LOGMERGER_H_

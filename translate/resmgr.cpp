@@ -28,11 +28,17 @@ template <typename Function>
 bool Resolve(const char* name, Function& function) {
   dlerror();
   function = reinterpret_cast<Function>(dlsym(g_hRscDll, name));
-  return !HadLoaderError() && function != nullptr;
+  return !HadLoaderError();
+}
+
+/// As Resolve, for a function that is going to be called.
+template <typename Function>
+bool ResolveCallable(const char* name, Function& function) {
+  return Resolve(name, function) && function != nullptr;
 }
 
 void Unload() {
-  dlclose(g_hRscDll);
+  if (g_hRscDll != nullptr) dlclose(g_hRscDll);
   g_hRscDll = nullptr;
   g_lpfnGetString = nullptr;
   g_lpfnGetStringW = nullptr;
@@ -47,7 +53,7 @@ class StartGuard {
   ~StartGuard() {
     if (done_) return;
     int (*uninitialise)() = nullptr;
-    if (initialised_ && Resolve("MgrUninit", uninitialise)) uninitialise();
+    if (initialised_ && ResolveCallable("MgrUninit", uninitialise)) uninitialise();
     Unload();
   }
 
@@ -66,13 +72,13 @@ void ReportOnOutput(const char* text) { printf("Debug: %s", text); }
 int InitResMgr() {
   dlerror();
   g_hRscDll = dlopen(LIBRARY_FILE, RTLD_NOW);
+  StartGuard guard;
   if (g_hRscDll == nullptr) {
     HadLoaderError();
     return 0;
   }
-  StartGuard guard;
   int (*initialise)() = nullptr;
-  if (!Resolve("MgrInit", initialise)) return 0;
+  if (!ResolveCallable("MgrInit", initialise)) return 0;
   fprintf(stderr, "Dbg (InitResMgr): Start to init ResMgr!\n");
   if (initialise() == 0) {
     fprintf(stderr, "Err (InitResMgr): Failed to initialize ResMgr!\n");
@@ -80,7 +86,7 @@ int InitResMgr() {
   }
   guard.LibraryIsInitialised();
   fprintf(stderr, "Dbg (InitResMgr): End initResMgr!\n");
-  if (!Resolve("GetStringA", g_lpfnGetString) || !Resolve("GetStringW", g_lpfnGetStringW)) return 0;
+  if (!ResolveCallable("GetStringA", g_lpfnGetString) || !Resolve("GetStringW", g_lpfnGetStringW)) return 0;
   guard.Done();
   return 1;
 }
@@ -88,7 +94,7 @@ int InitResMgr() {
 void UninitResMgr() {
   int (*uninitialise)() = nullptr;
   if (!Resolve("MgrUninit", uninitialise)) return;
-  uninitialise();
+  if (uninitialise != nullptr) uninitialise();
   Unload();
 }
 
