@@ -1,0 +1,51 @@
+# shellcheck shell=bash
+# What the scripts here share: the place of the tree, their way to speak, to install what is missing and to build.
+
+root=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
+self=script/$(basename "$0")
+
+# Packages of Debian 12, by what they are needed for.
+build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev bubblewrap)
+demo_packages=("${build_packages[@]}" socat)
+test_packages=("${build_packages[@]}" libgtest-dev libgmock-dev)
+lint_packages=("${test_packages[@]}" clang clang-format clang-tidy shellcheck git)
+
+say() { echo "== $*"; }
+
+# Ends the script with message $1 and status $2, or 1.
+fail() {
+  echo "$self: $1" >&2
+  exit "${2:-1}"
+}
+
+# The end for wrong arguments.
+wrong() { fail "$1" 2; }
+
+# Installs those of the packages $@ that are missing; quick and quiet when none is.
+install_missing() {
+  local installed package missing=() as_root=(env)
+  type -P dpkg-query apt-get >/dev/null || fail "no apt-get here; install what these Debian packages hold: $*"
+  installed=" $(dpkg-query --show --showformat '${db:Status-Status}:${Package} ' "$@" 2>/dev/null || true)"
+  for package; do
+    [[ $installed == *" installed:$package "* ]] || missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+  if ((EUID != 0)); then
+    type -P sudo >/dev/null || fail "missing packages; as root, run: apt-get install -y ${missing[*]}"
+    as_root=(sudo env)
+  fi
+  say "installing ${missing[*]}"
+  as_root+=(DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0)
+  "${as_root[@]}" update || echo "$self: apt-get update failed; trying with the package lists at hand" >&2
+  "${as_root[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null ||
+    fail "could not install: ${missing[*]}"
+}
+
+# Configures and builds preset $1, into build/$1 unless an option -B follows; what follows goes to the configuration.
+build() {
+  local folder=build/$1 quiet=(--quiet) options=("$@")
+  [[ ${2-} != -B ]] || folder=$3
+  [[ ! -t 1 ]] || quiet=()
+  say "building $folder"
+  (cd "$root" && cmake --preset "${options[@]}" >/dev/null && cmake --build "$folder" -- -j "$(nproc)" "${quiet[@]}")
+}

@@ -1,0 +1,182 @@
+/// cmdline.cpp: the command line of kestrune-host, and what to say of one that is wrong.
+#include "standin/cmdline.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <string_view>
+#include <vector>
+
+#include "standin/failure.h"
+
+namespace standin {
+namespace {
+
+std::string DefaultModule() {
+  const char* path = std::getenv("KESTRUNE_MODULE");
+  return path != nullptr && *path != '\0' ? path : KESTRUNE_DEFAULT_MODULE;
+}
+
+/// A whole number: decimal, or hexadecimal after 0x.
+std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t highest) {
+  const bool hexadecimal = text.substr(0, 2) == "0x";
+  if (hexadecimal) text.remove_prefix(2);
+  uint64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
+  if (error != std::errc() || stop != end || number > highest) return std::nullopt;
+  return number;
+}
+
+Lines ParseLines(const std::string& text) {
+  const size_t dash = text.find('-');
+  const auto begin = ParseNumber(text.substr(0, dash), UINT32_MAX);
+  const auto end = dash == std::string::npos ? std::nullopt : ParseNumber(text.substr(dash + 1), UINT32_MAX);
+  if (!begin || !end || *begin == 0 || *begin > *end) {
+    throw Failure(kWrongArguments,
+                  "show: --lines: '" + text + "' is no range; allowed is A-B with 1 <= A <= B <= 4294967295");
+  }
+  return {static_cast<uint32_t>(*begin), static_cast<uint32_t>(*end)};
+}
+
+uint64_t ParseWord(const std::string& text) {
+  const auto word = ParseNumber(text, UINT64_MAX);
+  if (!word) {
+    throw Failure(kWrongArguments, "settings: --set: '" + text +
+                                       "' is no settings word; allowed is a number of up to 64 bits, decimal or "
+                                       "hexadecimal after 0x");
+  }
+  return *word;
+}
+
+/// Text of the command line in wide characters, as values travel.
+std::wstring Widen(const std::string& text) {
+  const size_t length = std::mbstowcs(nullptr, text.c_str(), 0);
+  if (length == static_cast<size_t>(-1)) {
+    throw Failure(kWrongArguments, "write: TEXT: allowed is text in the character encoding of the locale alone");
+  }
+  std::wstring wide(length, L'\0');
+  std::mbstowcs(wide.data(), text.c_str(), length);
+  return wide;
+}
+
+/// Values that are taken from their texts once all of the line is known to fit.
+struct Texts {
+  std::string log;
+  std::optional<std::string> lines;
+  std::string text;
+  std::optional<std::string> word;
+};
+
+void AddGlobalOptions(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", "kestrune-host " KESTRUNE_VERSION);
+  app.add_option("--module", options.module, "Module to load (else $KESTRUNE_MODULE, else the built one)")
+      ->type_name("PATH");
+  app.add_option("--dist", options.distribution,
+                 "Distribution code told to the module (103 and 106 differ from others)")
+      ->check(CLI::Range(INT_MIN, INT_MAX))
+      ->type_name("CODE");
+  app.add_flag("--verbose", options.verbose, "Show the module's messages on standard error");
+  app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
+      ->type_name("FILE");
+  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
+  app.add_option("--sel-log", options.sel_log, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
+      ->type_name("FILE");
+  app.require_subcommand(1);
+  app.fallthrough();
+}
+
+void AddCommands(CLI::App& app, Options& options, Texts& texts) {
+  std::vector<std::string> names;
+  for (const LogName& log : kLogs) names.emplace_back(log.name);
+  const auto add_format = [&](CLI::App* command) {
+    command->add_option("--format", options.format, "Form of the output")
+        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->type_name("FORMAT");
+  };
+
+  add_format(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
+
+  CLI::App* show = app.add_subcommand("show", "Show the records of a log, newest first");
+  show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
+  show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
+  add_format(show);
+
+  CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
+  write->add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
+      ->required()
+      ->check(CLI::Range(0, 3))
+      ->type_name("N");
+  write->add_option("TEXT", texts.text, "The message")->required()->type_name("");
+
+  CLI::App* settings = app.add_subcommand("settings", "Show the settings word, changed or as it is");
+  settings->add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
+  add_format(settings);
+
+  app.add_subcommand("dump-sel", "Have the module dump the controller's log");
+
+  CLI::App* pack = app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
+  pack->add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
+  pack->add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+
+  for (CLI::App* command : app.get_subcommands({})) command->footer("Global options: see kestrune-host --help");
+}
+
+std::string OptionNames(const CLI::App& app) {
+  std::string names;
+  for (const CLI::Option* option : app.get_options()) names += ' ' + option->get_name();
+  return names;
+}
+
+/// One line for a command line that does not parse: what was wrong, and what is allowed.
+std::string Explain(const CLI::ParseError& error, CLI::App& app) {
+  const auto given = app.get_subcommands();
+  std::string place;
+  std::string allowed;
+  if (given.empty()) {
+    for (const CLI::App* command : app.get_subcommands({})) allowed += ' ' + command->get_name();
+    allowed = " one of" + allowed + ", and";
+  } else {
+    place = given.front()->get_name() + ": ";
+    allowed = OptionNames(*given.front()) + ", and everywhere";
+  }
+  allowed = "; allowed are" + allowed + OptionNames(app);
+  const auto unexpected = app.remaining(true);
+  if (!unexpected.empty()) return place + "'" + unexpected.front() + "' was not expected" + allowed;
+  // Where a value is wrong, the text of the error says what would be right.
+  return place + error.what() + (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr ? "" : allowed);
+}
+
+}  // namespace
+
+Options ParseCommandLine(int argc, char** argv) {
+  CLI::App app("Loads a kestrune module as a host does and shows what it delivers.", "kestrune-host");
+  Options options;
+  options.module = DefaultModule();
+  Texts texts;
+  AddGlobalOptions(app, options);
+  AddCommands(app, options, texts);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForVersion& call) {
+    options.answer = std::string(call.what()) + '\n';
+    return options;
+  } catch (const CLI::CallForHelp&) {
+    options.answer = app.help();
+    return options;
+  } catch (const CLI::ParseError& error) {
+    throw Failure(kWrongArguments, Explain(error, app));
+  }
+
+  options.command = app.get_subcommands().front()->get_name();
+  for (const LogName& log : kLogs) {
+    if (texts.log == log.name) options.log = log.id;
+  }
+  if (texts.lines) options.lines = ParseLines(*texts.lines);
+  if (texts.word) options.word = ParseWord(*texts.word);
+  options.text = Widen(texts.text);
+  return options;
+}
+
+}  // namespace standin

@@ -1,0 +1,40 @@
+/// cmdline.h: the command line of kestrune-host.
+#ifndef KESTRUNE_STANDIN_CMDLINE_H_
+#define KESTRUNE_STANDIN_CMDLINE_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "standin/requests.h"
+
+namespace standin {
+
+/// What the command line says.
+struct Options {
+  std::string answer;  ///< help or version to print; if there is one, nothing else is to be done
+  std::string command;
+
+  std::string module;
+  bool verbose = false;
+  int distribution = 0;
+  std::optional<std::string> sel;
+  std::optional<std::string> sensors;
+  std::optional<std::string> sel_log;
+
+  std::string format = "table";  ///< table, csv or json
+  uint16_t log = 0;              ///< show
+  std::optional<Lines> lines;    ///< show
+  uint32_t level = 0;            ///< write
+  std::wstring text;             ///< write
+  std::optional<uint64_t> word;  ///< settings
+  std::string raw;               ///< pack-sel
+  std::string packed;            ///< pack-sel
+};
+
+/// Throws Failure (wrong arguments) with what was wrong and what is allowed.
+Options ParseCommandLine(int argc, char** argv);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_CMDLINE_H_

@@ -1,0 +1,32 @@
+/// files.cpp: whole files, read and written in one go.
+#include "standin/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+#include "standin/failure.h"
+
+namespace standin {
+
+std::string ReadFile(const std::string& path) {
+  constexpr std::streamsize kLimit = 16 << 20;
+  std::ifstream file(path, std::ios::binary);
+  std::string contents(kLimit + 1, '\0');
+  file.read(contents.data(), kLimit + 1);
+  if (!file.is_open() || file.bad()) {
+    throw Failure(kWrongArguments, "cannot read '" + path + "': " + std::strerror(errno));
+  }
+  if (file.gcount() > kLimit) throw Failure(kWrongArguments, "'" + path + "' is longer than the allowed 16 MiB");
+  contents.resize(static_cast<size_t>(file.gcount()));
+  return contents;
+}
+
+void WriteFile(const std::string& path, const std::string& contents) {
+  std::ofstream file(path, std::ios::binary);
+  if (!(file << contents) || !file.flush()) {
+    throw Failure(kRequestFailed, "cannot write '" + path + "': " + std::strerror(errno));
+  }
+}
+
+}  // namespace standin

@@ -1,0 +1,17 @@
+/// files.h: whole files, read and written in one go.
+#ifndef KESTRUNE_STANDIN_FILES_H_
+#define KESTRUNE_STANDIN_FILES_H_
+
+#include <string>
+
+namespace standin {
+
+/// The contents of a file of at most 16 MiB. Throws Failure (wrong arguments).
+std::string ReadFile(const std::string& path);
+
+/// Writes a file, over what it held. Throws Failure (request failed).
+void WriteFile(const std::string& path, const std::string& contents);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_FILES_H_

@@ -1,0 +1,112 @@
+/// main.cpp: kestrune-host, which loads a module as the host agent does and shows what it delivers.
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+
+#include "standin/cmdline.h"
+#include "standin/failure.h"
+#include "standin/machine.h"
+#include "standin/module.h"
+#include "standin/requests.h"
+#include "standin/selfile.h"
+#include "standin/table.h"
+
+namespace standin {
+namespace {
+
+/// Closed standard descriptors would be given to the next files opened; and a reader that leaves early must not end the
+/// process before the module is stopped. A handler, unlike an ignored signal, is not passed on to the commands that the
+/// module runs.
+void PrepareProcess() {
+  int descriptor;
+  do {
+    descriptor = open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor >= 0) close(descriptor);
+  signal(SIGPIPE, [](int) {});
+  // A log may hold any text. Where the environment names no character encoding, UTF-8 is the best guess.
+  const auto is_set = [](const char* name) { return std::getenv(name) != nullptr && *std::getenv(name) != '\0'; };
+  std::setlocale(LC_CTYPE, is_set("LC_ALL") || is_set("LC_CTYPE") || is_set("LANG") ? "" : "C.UTF-8");
+}
+
+/// Makes the machine that the options describe. All of it has to be there before the module starts.
+void SetUpMachine(const Options& options) {
+  machine.verbose = options.verbose;
+  machine.distribution = options.distribution;
+  if (options.sel) machine.sel = ReadRawRecords(*options.sel, kMaxSelRecords);
+  unsetenv(kSensorsVariable);
+  if (options.sensors) {
+    machine.sensors = ReadSensors(*options.sensors);
+    setenv(kSensorsVariable, std::filesystem::absolute(*options.sensors).c_str(), 1);
+  }
+  if (options.sel_log) LaySelLog(*options.sel_log);
+}
+
+/// Runs a sub-command that has the module do something. Returns what is to be shown of it.
+Table AskModule(const Module& module, const Options& options) {
+  if (options.command == "logs") return ListLogs(module);
+  if (options.command == "show") {
+    if (!OffersLog(module, options.log)) std::fputs("note: the module does not offer that log here\n", stderr);
+    return ReadLog(module, options.log, options.lines);
+  }
+  if (options.command == "settings") {
+    if (options.word) WriteSettings(module, *options.word);
+    return ReadSettings(module);
+  }
+  if (options.command == "write") WriteMessage(module, options.level, options.text);
+  if (options.command == "dump-sel") module.DumpSel();
+  return {};
+}
+
+void Show(const Table& table, const std::string& format) {
+  if (format == "json") {
+    Print(RenderJson(table));
+  } else if (format == "csv") {
+    Print(RenderCsv(table));
+  } else {
+    Print(RenderTable(table, TerminalWidth()));
+  }
+}
+
+void Run(const Options& options) {
+  if (!options.answer.empty()) {
+    Print(options.answer);
+  } else if (options.command == "pack-sel") {
+    PackSelLog(options.raw, options.packed);
+  } else {
+    SetUpMachine(options);
+    // The module is stopped before anything is shown: a reader may take its time.
+    const Table table = AskModule(Module(options.module), options);
+    if (!table.columns.empty()) Show(table, options.format);
+  }
+}
+
+int GiveUp(int status, std::string line) {
+  for (char& character : line) {
+    if (static_cast<unsigned char>(character) < ' ' || character == '\x7F') character = '?';
+  }
+  std::fprintf(stderr, "kestrune-host: %s\n", line.c_str());
+  return status;
+}
+
+}  // namespace
+}  // namespace standin
+
+int main(int argc, char** argv) {
+  standin::PrepareProcess();
+  try {
+    standin::Run(standin::ParseCommandLine(argc, argv));
+    return 0;
+  } catch (const standin::Failure& failure) {
+    return standin::GiveUp(failure.status(), failure.what());
+  } catch (const std::exception& error) {
+    return standin::GiveUp(standin::kRequestFailed, error.what());
+  }
+}

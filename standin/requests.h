@@ -1,0 +1,54 @@
+/// requests.h: what the host asks of a module: the catalogue, the records of a log, messages, settings.
+#ifndef KESTRUNE_STANDIN_REQUESTS_H_
+#define KESTRUNE_STANDIN_REQUESTS_H_
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "standin/module.h"
+#include "standin/table.h"
+
+namespace standin {
+
+struct LogName {
+  const char* name;
+  uint16_t id;
+};
+
+/// The logs of the catalogue, in the order of their numbers 1 to 5.
+inline constexpr std::array<LogName, 5> kLogs{{{"application", LOG_APPLICATION},
+                                               {"secure", LOG_SECURE},
+                                               {"messages", LOG_MESSAGES},
+                                               {"agent", LOG_AGENT},
+                                               {"sel", LOG_SEL}}};
+
+/// Records of a log, counted from 1, both ends included.
+struct Lines {
+  uint32_t begin;
+  uint32_t end;
+};
+
+// All of these throw Failure when the module refuses a request.
+
+/// The logs that the module offers: name, ID, records.
+Table ListLogs(const Module& module);
+
+/// Whether the module offers this log.
+bool OffersLog(const Module& module, uint16_t id);
+
+/// The records of a log, newest first, all of them or some.
+Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines);
+
+/// Has the module write a message to the system log.
+void WriteMessage(const Module& module, uint32_t level, const std::wstring& text);
+
+/// The settings word and what the module makes of it.
+Table ReadSettings(const Module& module);
+
+void WriteSettings(const Module& module, uint64_t word);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_REQUESTS_H_

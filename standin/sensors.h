@@ -1,0 +1,50 @@
+/// sensors.h: the description of a machine's sensors, from which the stand-in controller and the stand-in resource
+/// manager answer.
+///
+/// A JSON object with the one member "sensors", an array of objects:
+///
+///   "number"        1 to 255, the controller's number of the sensor
+///   "hostId"        0 to 4294967295, the host's ID of it
+///   "name"          the host's name of it
+///   "unit"          the unit of its readings, for the reader alone (may be left out)
+///   "M", "B"        -512 to 511   \  linear conversion of a raw reading x:
+///   "bExp", "rExp"  -8 to 7       /  (M * x + B * 10^bExp) * 10^rExp (may be left out: 1, 0, 0, 0)
+///   "signed"        whether a raw reading is a signed byte (may be left out: false)
+#ifndef KESTRUNE_STANDIN_SENSORS_H_
+#define KESTRUNE_STANDIN_SENSORS_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace standin {
+
+/// Names the description's file to the resource-manager library.
+inline constexpr const char* kSensorsVariable = "KESTRUNE_SENSORS";
+
+struct Sensor {
+  uint8_t number = 0;
+  uint32_t host_id = 0;
+  std::string name;
+  std::string unit;
+  int m = 1;
+  int b = 0;
+  int b_exp = 0;
+  int r_exp = 0;
+  bool is_signed = false;
+};
+
+using Sensors = std::vector<Sensor>;
+
+/// Throws Failure (wrong arguments) with the place of the fault.
+Sensors ReadSensors(const std::string& path);
+
+/// The first sensor with this host ID, or null.
+const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id);
+
+/// The sensor's value at the raw reading, rounded to the nearest integer.
+int64_t ConvertReading(const Sensor& sensor, uint8_t raw);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_SENSORS_H_
