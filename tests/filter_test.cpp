@@ -1,0 +1,314 @@
+/// What happens between a log and its items: commands, files in /tmp and /var/log, the filter cache, the merged log.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/support/model.h"
+
+namespace {
+
+using Names = std::set<std::string>;
+
+const std::string kMessages = "/var/log/messages", kSecure = "/var/log/secure", kCron = "/var/log/cron";
+const std::string kCache = "/tmp/._kestrune_cache", kMerged = "/var/log/._app_log_.tmp";
+const std::string kEmptyFile = Dbg("LogFilter", "empty file!");
+const std::string kFormatError = Err("LogFilter", "File format error, can not sort, please check log format.!");
+
+/// Makes the next work file's name known.
+std::string SeedWorkFile() {
+  srandom(7);
+  const long number = random();
+  srandom(7);
+  return "/tmp/__log__tmp." + std::to_string(number);
+}
+
+class FilterTest : public ModuleTest {
+ protected:
+  uint32_t Count(uint32_t id) { return Query(Load(), Group(id)).count; }
+};
+
+TEST_F(FilterTest, CommandsOfEachRequest) {
+  machine::WriteFile(kMessages, MakeLog(5));
+  machine::WriteFile("/var/log/maillog", MakeLog(3));
+  machine::WriteFile(kCron, MakeLog(2));
+  machine::Commands commands;
+  const HostModule& module = Start();
+  const std::string work = SeedWorkFile();
+  const auto count = [](const std::string& path) { return Lines{"wc -l " + path, "awk {print $1}"}; };
+  const auto copy = [](const std::string& path) { return Lines{"cp -f " + path + " " + kCache}; };
+  const Lines take = {"cp -f " + kCache + " " + work}, pad = {"sed s/^\\(....\\) /\\10/ " + work};
+  const Lines range = {"sed -n 4,5p " + work, "sed s/^\\(....\\) /\\10/"};
+  const Lines list = {"sort -M -r " + work + "1", "rm -f " + work + "1"};
+  const Lines sort = {"sort -M " + work, "mv -f " + work + "1 " + work};
+  const Lines merge = {"cat /dev/null", "cat /var/log/maillog", "cat " + kCron};
+  const tagIDV messages = Group(LOG_MESSAGES), merged = Group(LOG_APPLICATION);
+  const struct {
+    ItemRequest request;
+    std::vector<Lines> commands;
+    int drawn = 1;  // random numbers
+  } cases[] = {
+      {{SP_CONFIGITEM, messages}, {count(kMessages), copy(kMessages), take, count(work)}},
+      {{SP_PROPERTY, messages, 1, true}, {take, count(work)}},
+      {{SP_CONFIGITEM, messages, 5, true}, {take, count(work), pad, list, count(work)}},
+      {{SP_CONFIGITEMEX, messages, 0, false, 1, 2}, {take, count(work)}},
+      {{SP_CONFIGITEMEX, messages, 2, true, 1, 2}, {take, count(work), range, list, count(work)}},
+      {{SP_CONFIGITEMEX, messages, 2, true, 6, 7}, {take, count(work)}},
+      {{SP_CONFIGITEMEX, messages, 2, true, 3, 2}, {take, count(work)}},
+      {{SP_CONFIGITEM, merged}, {merge, count(kMerged), copy(kMerged), take, count(work)}},
+      {{SP_CONFIGITEM, merged, 5, true}, {take, sort, count(work), pad, list, count(work)}},
+      {{SP_CONFIGITEMEX, merged, 2, true, 1, 2}, {take, sort, count(work), range, list, count(work)}},
+      {{SP_CONFIGITEM, Group(LOG_SECURE), 5, true}, {}},
+      {{SP_PROPERTY, Type(CONFIG_TYPE_LOG, 0)}, {}, 0},
+  };
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(i);
+    std::multiset<std::string> expected;
+    for (const Lines& lines : cases[i].commands) expected.insert(lines.begin(), lines.end());
+    SeedWorkFile();
+    EXPECT_EQ(Send(module, cases[i].request).result, 1);
+    EXPECT_EQ(commands.TakeCalls(), expected);
+    const long next = random();
+    SeedWorkFile();
+    if (cases[i].drawn == 1) random();
+    EXPECT_EQ(next, random()) << "numbers drawn";
+  }
+}
+
+TEST_F(FilterTest, ThirtyThousandLines) {
+  const std::string log = MakeLog(30000);
+  machine::WriteFile(kMessages, log);
+  machine::WriteFile(kSecure, "Jan  1 00:00:00 host su: this one is too much\n" + log);
+  const HostModule& module = Start();
+  for (const uint32_t id : {LOG_MESSAGES, LOG_SECURE}) {
+    const Reply first = Query(module, Group(id));
+    EXPECT_EQ(first.count, 30000U);
+    EXPECT_EQ(first.messages.back() == "512 Warn (kestrune:LogFilter): Log file is too big, filter last 30000 lines!\n",
+              id == LOG_SECURE);
+    const Reply reply = Fetch(module, Group(id), 30000);
+    EXPECT_EQ(reply.messages.size(), 1U) << "the cache is cut once";
+    EXPECT_TRUE(reply.rows == ModelRows(log, id));
+    EXPECT_EQ(FetchRange(module, Group(id), 29999, 0, 2).rows, ModelRows(log, id, 29999, 30000));
+  }
+}
+
+TEST_F(FilterTest, TheCacheHoldsOneLogUntilAnotherIsAskedForOrItIsGone) {
+  machine::WriteFile(kMessages, MakeLog(3));
+  machine::WriteFile(kSecure, MakeLog(1));
+  machine::WriteFile("/tmp/victim", MakeLog(9));
+  Start();
+  const auto count_after_growth = [this] {
+    machine::AppendFile(kMessages, "Jun 30 10:00:00 host su: one more\n");
+    return Count(LOG_MESSAGES);
+  };
+  EXPECT_EQ(Count(LOG_MESSAGES), 3U);
+  EXPECT_EQ(count_after_growth(), 3U) << "the same log: the copy serves";
+  EXPECT_EQ(Count(LOG_AGENT), 0U);
+  EXPECT_EQ(Count(LOG_MESSAGES), 3U) << "a missing log does not take its place";
+  EXPECT_EQ(Count(LOG_SECURE), 1U);
+  EXPECT_EQ(Count(LOG_MESSAGES), 4U) << "another log came in between";
+  machine::Remove(kCache);
+  EXPECT_EQ(count_after_growth(), 5U) << "the copy was gone";
+  machine::PlantLink(kCache, "/tmp/victim");
+  EXPECT_EQ(count_after_growth(), 6U) << "a link is not the copy";
+  machine::WriteFile("/tmp/other", MakeLog(2));
+  std::rename("/tmp/other", kCache.c_str());
+  EXPECT_EQ(count_after_growth(), 7U) << "another file is not the copy";
+  EXPECT_EQ(Load().SPUninitialize(), 1);
+  EXPECT_EQ(NewInTmp(), Names{"victim"});
+  Start();
+  EXPECT_EQ(count_after_growth(), 8U) << "a stop takes the copy away";
+  EXPECT_EQ(machine::ReadFile("/tmp/victim"), MakeLog(9));
+  machine::Remove("/tmp/victim");
+}
+
+TEST_F(FilterTest, MergingFollowsTheNewestTime) {
+  const std::string mail = "/var/log/maillog", spooler = "/var/log/spooler";
+  const auto write = [](const std::string& path, const std::string& content, time_t time) {
+    machine::WriteFile(path, content);
+    machine::SetTime(path, time);
+  };
+  const auto merges = [this] {
+    const Lines said = Query(Load(), Group(LOG_APPLICATION)).messages;
+    return std::count(said.begin(), said.end(), "2048 DBG (kestrune:LogFilter): no need merge!\n") == 0;
+  };
+  write(mail, "mail\n", 500);
+  write(spooler, "spooler\n", 400);
+  write(kCron, "cron\n", 300);
+  machine::WriteFile(kSecure, "");
+  Start();
+  EXPECT_TRUE(merges());
+  EXPECT_EQ(machine::ReadFile(kMerged), "mail\nspooler\ncron\n");
+  EXPECT_FALSE(merges());
+  write(kCron, "more\ncron\n", 500);
+  EXPECT_FALSE(merges()) << "no newer than the newest";
+  write(kCron, "more\ncron\n", 501);
+  EXPECT_TRUE(merges()) << "newer";
+  EXPECT_EQ(machine::ReadFile(kMerged), "mail\nspooler\nmore\ncron\n");
+  EXPECT_EQ(Count(LOG_APPLICATION), 3U) << "the cache still holds the log as it was";
+  Count(LOG_SECURE);
+  EXPECT_EQ(Count(LOG_APPLICATION), 4U);
+  machine::Remove(mail);
+  EXPECT_FALSE(merges()) << "a log that is gone is no change";
+  machine::Remove(kMerged);
+  EXPECT_TRUE(merges()) << "the merged log is gone";
+  EXPECT_EQ(machine::ReadFile(kMerged), "spooler\nmore\ncron\n");
+  write(kCron, "cron\n", 450);
+  machine::Remove(kMerged);
+  EXPECT_TRUE(merges());
+  write(spooler, "spooler\n", 451);
+  EXPECT_TRUE(merges()) << "times counted from the start when it was gone";
+  machine::WriteFile("/var/log/victim", "victim");
+  machine::PlantLink(kMerged, "/var/log/victim");
+  EXPECT_TRUE(merges()) << "a link is not the merged log";
+  EXPECT_EQ(machine::ReadFile(kMerged), "spooler\ncron\n");
+  EXPECT_EQ(machine::ReadFile("/var/log/victim"), "victim");
+  for (const std::string& path : {spooler, kCron, kMerged}) machine::Remove(path);
+  EXPECT_TRUE(merges()) << "no log is left";
+  EXPECT_EQ(machine::ReadFile(kMerged), "");
+  EXPECT_FALSE(merges());
+  EXPECT_EQ(Load().SPUninitialize(), 1);
+  EXPECT_EQ(machine::Listing("/var/log"), (Names{"secure", "victim"}));
+}
+
+TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
+  const std::string log = MakeLog(3);
+  machine::WriteFile(kCron, log);
+  const struct {
+    const char* command;
+    const char* script;  // null: the command is missing
+    uint32_t id;
+    std::array<uint32_t, 2> head;  // result and count of a fetch
+    std::string message;           // the last, if it matters
+    bool recovers = true;          // the next request is served without another log in between
+  } cases[] = {
+      {"sort", nullptr, LOG_MESSAGES, {1, 0}, kFormatError},
+      {"sort", nullptr, LOG_APPLICATION, {1, 0}, kEmptyFile},
+      {"sed", nullptr, LOG_MESSAGES, {1, 0}, kFormatError},
+      {"wc", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile},
+      {"awk", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile},
+      {"cp", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile, false},
+      {"cat", nullptr, LOG_APPLICATION, {1, 0}, kEmptyFile, false},
+      {"mv", nullptr, LOG_APPLICATION, {1, 3}, ""},
+      {"rm", nullptr, LOG_MESSAGES, {1, 3}, ""},
+      {"wc", "rm -f /var/log/messages", LOG_MESSAGES, {1, 0}, kEmptyFile, false},
+      {"cp", "rm -f /var/log/messages", LOG_MESSAGES, {1, 0}, kEmptyFile, false},
+      {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, {1, 3}, ""},
+      {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, {1, 0}, kFormatError},
+      // The result vanishes once it was counted, which is done after the second file was removed.
+      {"wc",
+       "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi",
+       LOG_MESSAGES,
+       {0, 3},
+       Err("FillConfigItem", "Can't open tmp log file!")},
+  };
+  for (const auto& c : cases) {
+    for (const bool ranged : {false, true}) {
+      SCOPED_TRACE(testing::Message() << c.command << " for " << c.id << ", ranged " << ranged);
+      machine::WriteFile(kMessages, log);
+      machine::WriteFile(kSecure, "");
+      Start();
+      {
+        machine::Commands commands;
+        c.script == nullptr ? commands.Drop(c.command) : commands.Before(c.command, c.script);
+        const Reply reply = ranged ? FetchRange(Load(), Group(c.id), 1, 0, 3) : Fetch(Load(), Group(c.id), 3);
+        EXPECT_EQ(reply.result, c.head[0]);
+        EXPECT_EQ(reply.count, c.head[1]);
+        EXPECT_EQ(reply.rows, c.head == std::array{1U, 3U} ? ModelRows(log, c.id) : Rows());
+        if (!c.message.empty()) EXPECT_EQ(reply.messages.back(), c.message);
+        commands.TakeCalls();
+      }
+      machine::WriteFile(kMessages, log);
+      if (!c.recovers) {
+        machine::Remove(kMerged);
+        Count(LOG_SECURE);
+      }
+      EXPECT_EQ(Fetch(Load(), Group(c.id), 3).rows, ModelRows(log, c.id)) << "afterwards";
+      Unload();
+      EXPECT_EQ(NewInTmp(), Names());
+    }
+  }
+}
+
+TEST_F(FilterTest, NoSpaceForTemporaryFiles) {
+  const std::string log = MakeLog(200);
+  for (const std::string& path : {kMessages, kCron}) machine::WriteFile(path, log);
+  machine::WriteFile(kSecure, "");
+  const HostModule& module = Start();
+  std::signal(SIGXFSZ, SIG_IGN);
+  for (const uint32_t id : {LOG_MESSAGES, LOG_APPLICATION}) {
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit none{0, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &none);
+    const Reply reply = Fetch(module, Group(id), 200);
+    setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(reply.result, 1);
+    EXPECT_EQ(reply.count, 0U);
+    EXPECT_EQ(reply.messages.back(), kEmptyFile);
+    machine::Remove(kMerged);
+    Count(LOG_SECURE);
+    EXPECT_EQ(Fetch(module, Group(id), 200).rows, ModelRows(log, id)) << "with space again";
+  }
+  std::signal(SIGXFSZ, SIG_DFL);
+}
+
+TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
+  machine::WriteFile(kCron, MakeLog(4));
+  const Rows expected = ModelRows(MakeLog(4), LOG_APPLICATION);
+  const std::string work = SeedWorkFile();
+  for (const std::string& name : {kCache, kMerged, work, work + "1"}) {
+    const std::string folder = name.substr(0, name.rfind('/')), victim = folder + "/victim",
+                      target = folder + "/target";
+    for (const std::string kind : {"link", "dangling link", "hard link", "folder"}) {
+      SCOPED_TRACE(kind + " at " + name);
+      const bool is_folder = kind == "folder";
+      machine::WriteFile(victim, "victim");
+      if (is_folder) machine::PlantFolder(name);
+      if (kind == "link") machine::PlantLink(name, victim);
+      if (kind == "dangling link") machine::PlantLink(name, target);
+      if (kind == "hard link") EXPECT_EQ(link(victim.c_str(), name.c_str()), 0);
+      Start();
+      SeedWorkFile();
+      const Reply reply = Fetch(Load(), Group(LOG_APPLICATION), 4);
+      EXPECT_EQ(reply.result, 1);
+      EXPECT_EQ(reply.rows, is_folder ? Rows() : expected);
+      EXPECT_EQ(machine::ReadFile(victim), "victim");
+      EXPECT_EQ(machine::Listing(folder).count("target"), 0U);
+      if (is_folder) {
+        EXPECT_EQ(machine::Listing(name), Names());
+        machine::Remove(name);
+        SeedWorkFile();
+        EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).rows, expected) << "once the folder has gone";
+      }
+      Unload();
+      machine::Remove(victim);
+      EXPECT_EQ(NewInTmp(), Names());
+      EXPECT_EQ(machine::Listing("/var/log"), Names{"cron"});
+    }
+  }
+}
+
+TEST_F(FilterTest, FilesArePrivateWhateverTheMask) {
+  machine::WriteFile(kCron, MakeLog(4));
+  machine::PlantFolder("/usr/zarp/seen");
+  machine::Commands commands;
+  commands.Before("sort", "cp -p " + kCache + " " + kMerged + " /tmp/__log__tmp.* /usr/zarp/seen/");
+  Start();
+  const mode_t mask = umask(0);
+  EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).count, 4U);
+  umask(mask);
+  const Names seen = machine::Listing("/usr/zarp/seen");
+  EXPECT_EQ(seen.size(), 4U);
+  for (const std::string& name : seen) {
+    struct stat status {};
+    EXPECT_EQ(stat(("/usr/zarp/seen/" + name).c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U) << name;
+  }
+}
+
+}  // namespace

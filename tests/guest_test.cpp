@@ -1,0 +1,93 @@
+/// The module as a guest in a process that is not its own: what it must leave as it is, on whatever thread it is
+/// called.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <clocale>
+#include <csignal>
+#include <thread>
+
+#include "tests/support/model.h"
+
+namespace {
+
+class GuestTest : public ModuleTest {
+ protected:
+  GuestTest() {
+    for (const char* name : {"cron", "messages", "secure"})
+      machine::WriteFile(std::string("/var/log/") + name, MakeLog(3));
+    Host().PlugInController("1A;2001");
+    machine::InstallResourceManager();
+  }
+
+  void UseEverything() {
+    Start();
+    for (uint32_t id = LOG_APPLICATION; id <= LOG_SEL; ++id) FetchRange(Load(), Group(id), 1, 2, 2);
+    Send(Load(), {SP_PROPERTY, Type(CONFIG_TYPE_LOG, 0), 5, true});
+    EXPECT_EQ(Load().SPUninitialize(), 1);
+  }
+};
+
+std::string ProcessState() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  char folder[4096] = "";
+  std::string state = std::string(std::setlocale(LC_ALL, nullptr)) + "\n" + std::to_string(mask) + "\n" +
+                      getcwd(folder, sizeof(folder)) + "\n";
+  for (char** variable = environ; *variable != nullptr; ++variable) state += std::string(*variable) + "\n";
+  sigset_t blocked;
+  sigprocmask(SIG_SETMASK, nullptr, &blocked);
+  for (int number = 1; number < NSIG; ++number) {
+    struct sigaction action {};
+    sigaction(number, nullptr, &action);
+    state += std::to_string(reinterpret_cast<uintptr_t>(action.sa_handler)) + " " +
+             std::to_string(sigismember(&blocked, number)) + "\n";
+  }
+  return state;
+}
+
+TEST_F(GuestTest, TheProcessStaysAsItWas) {
+  const std::string before = ProcessState();
+  UseEverything();
+  Unload();
+  EXPECT_EQ(ProcessState(), before);
+}
+
+TEST_F(GuestTest, CommandsInheritNoDescriptor) {
+  std::string inherited;
+  for (int descriptor = 3; descriptor < 10; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) == 0) inherited += std::to_string(descriptor) + "\n";
+  }
+  machine::Commands commands;
+  for (const std::string name : {"sort", "wc", "cat"}) {
+    commands.Before(name,
+                    "for n in 3 4 5 6 7 8 9; do { true <&$n; } 2>/dev/null && echo $n; done >/usr/zarp/open." + name);
+  }
+  UseEverything();
+  for (const std::string name : {"sort", "wc", "cat"})
+    EXPECT_EQ(machine::ReadFile("/usr/zarp/open." + name), inherited);
+}
+
+TEST_F(GuestTest, ThreadsTakeTurns) {
+  const HostModule& module = Start();
+  const auto work = [&module] {
+    for (int round = 0; round < 4; ++round) {
+      for (const uint32_t id : {LOG_MESSAGES, LOG_APPLICATION}) {
+        uint32_t count = 0;
+        uint64_t word = 1;
+        tagIDV identifier = Group(id);
+        EXPECT_EQ(module.SPConfig(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, nullptr), 1);
+        EXPECT_EQ(count, 3U);
+        EXPECT_EQ(module.SPInitialize(&word, &count), 1);
+        EXPECT_EQ(module.SPConfig(SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr), 1);
+      }
+    }
+  };
+  std::thread one(work), other(work);
+  one.join();
+  other.join();
+}
+
+}  // namespace

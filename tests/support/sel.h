@@ -1,0 +1,126 @@
+/// sel.h: event log records, the logs that hold them, and what the module must say of them, worked out without it.
+#ifndef KESTRUNE_TESTS_SUPPORT_SEL_H_
+#define KESTRUNE_TESTS_SUPPORT_SEL_H_
+
+#include <cstdlib>
+#include <numeric>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/module.h"
+
+using Lines = std::vector<std::string>;
+using Records = std::vector<SELRecord>;
+
+inline SELRecord MakeRecord(int type, int event, int data1, int data2 = 0, int data3 = 0, int sensor = 0,
+                            uint32_t time = 0) {
+  SELRecord record = {0x34, 0x12, 0x02, 0, 0, 0, 0, 0x20, 0xEF, 4};
+  for (size_t i = 0; i < 4; ++i) record[3 + i] = static_cast<uint8_t>(time >> 8 * i);
+  size_t place = 10;
+  for (const int field : {type, sensor, event, data1, data2, data3}) record[place++] = static_cast<uint8_t>(field);
+  return record;
+}
+
+/// What the module says of a record that no row of the tables fits.
+inline std::string HexDump(const SELRecord& record) {
+  std::string text = "Unspecified event! Hex dump :";
+  for (const uint8_t byte : record) text += {' ', "0123456789ABCDEF"[byte / 16], "0123456789ABCDEF"[byte % 16]};
+  return text;
+}
+
+/// Records that no row fits, told apart by marks, lower-case letters for which their times stand: 0 for "a".
+inline Records PlainRecords(const std::string& marks) {
+  Records records;
+  for (const char mark : marks) records.push_back(MakeRecord(0, 0, 0, 0, 0, 0, static_cast<uint32_t>(mark - 'a')));
+  return records;
+}
+
+/// The items of plain records, appended in this order. `origin`: 0 the controller, 1 the SEL log file.
+inline std::vector<Row> PlainRows(size_t first_index, int origin, const std::string& marks,
+                                  std::vector<Row> rows = {}) {
+  for (const char mark : marks) {
+    const int seconds = mark - 'a';
+    const std::string time = "00:00:" + std::to_string(seconds / 10) + std::to_string(seconds % 10);
+    const Lines values = {"Jan  1", time, HexDump(PlainRecords({mark})[0]), "N/A", std::to_string(origin)};
+    rows.push_back({static_cast<uint32_t>(first_index++), LOG_SEL, kSELShape, values});
+  }
+  return rows;
+}
+
+/// The controller's log of these records, numbered from 1.
+inline std::vector<ScriptedEntry> MakeSEL(const Records& records) {
+  std::vector<ScriptedEntry> log;
+  for (uint16_t id = 1; id <= records.size(); ++id)
+    log.push_back({id, static_cast<uint16_t>(id + 1), records[id - 1U]});
+  if (!log.empty()) log.back().next_id = SEL_LAST_ENTRY;
+  return log;
+}
+
+/// The controller's log written out, its first entry in front: "1a>2 2b!>7" is entry 1 with the plain record a,
+/// followed by entry 2, followed by entry 7. An entry with "!" cannot be read, one without a follower is the last.
+inline std::vector<ScriptedEntry> MakeChain(const std::string& text) {
+  std::vector<ScriptedEntry> log;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    size_t mark = 0;
+    const auto id = static_cast<uint16_t>(std::stoul(word, &mark));
+    const size_t arrow = word.find('>');
+    const auto next = arrow == std::string::npos ? SEL_LAST_ENTRY : std::stoul(word.substr(arrow + 1));
+    log.push_back({id, static_cast<uint16_t>(next), PlainRecords({word[mark]})[0], word[mark + 1] == '!'});
+  }
+  return log;
+}
+
+/// The calls of one walk: for the count, then for the entries with these record IDs.
+inline Lines WalkCalls(const std::vector<int>& record_ids) {
+  Lines calls = {"gmSELEnumEntry"};
+  for (const int id : record_ids) calls.push_back("gmGetIPMIEntry " + std::to_string(id));
+  return calls;
+}
+
+/// A SEL log file of these records, oldest first. Its size and checksum can be made wrong by a difference.
+inline std::string MakeLogFile(const Records& records, int size_error = 0, int checksum_error = 0) {
+  const int size = 9 + 16 * static_cast<int>(records.size()) + size_error;
+  std::string file = "log?";  // four bytes that mean nothing to the module
+  for (int shift = 0; shift < 32; shift += 8) file += static_cast<char>(size >> shift);
+  file += static_cast<char>(checksum_error - std::accumulate(file.begin(), file.end(), 0));
+  for (const SELRecord& record : records) file.append(record.begin(), record.end());
+  return file;
+}
+inline constexpr char kLogFile[] = "/etc/zarp/conf/ipmi.log";
+
+/// Seeds the random numbers and returns the name that the next copy of the SEL log file gets.
+inline std::string SeedCopy() {
+  srandom(1);
+  const std::string name = "/tmp/__sellog__tmp." + std::to_string(random());
+  srandom(1);
+  return name;
+}
+
+/// A test of a machine with a resource manager and a controller whose sensor 1A is the host sensor 2001 (hexadecimal).
+class SELTest : public ModuleTest {
+ protected:
+  SELTest() {
+    Host().PlugInController("1A;2001");
+    machine::InstallResourceManager();
+  }
+  void TearDown() override {
+    Host().on_call = nullptr;
+    ModuleTest::TearDown();
+  }
+  /// The report on a plain ("") or ranged ("Ex") request, with these messages of the SEL's own.
+  static Lines Report(const std::string& form, Lines messages) {
+    messages.insert(messages.begin(), "2048 Dbg (kestrune): in OnGetConfigItem" + form + "\n");
+    return messages;
+  }
+  /// The messages on a SEL log file that is not used; `why` may name the copy that SeedCopy announced.
+  static Lines NotUsed(const std::string& why) {
+    return {why, "2048 Dbg (SELLogFilter): SEL log file verify error!\n"};
+  }
+  static Lines Missing() {
+    return NotUsed("2048 Dbg (kestrune:CheckSELLogFile): File " + SeedCopy() + " doesn't exist!\n");
+  }
+};
+
+#endif  // KESTRUNE_TESTS_SUPPORT_SEL_H_

@@ -1,0 +1,54 @@
+/// A resource-manager library for tests. Built whole and, with OMIT_... defined, once without each of its exports.
+/// Environment, read at every call:
+///   RESMGR_NAMES  the names it knows, as object=name;object=name with hexadecimal objects
+///   RESMGR_FAULT  "init": it does not start; "size", "text": that step of a string request fails; "empty": it reports
+///   a
+///                 size of 0; "full": it fills the whole size without a NUL
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "translate/resmgr.h"
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+static bool HasFault(std::string_view wanted) {
+  const char* fault = std::getenv("RESMGR_FAULT");
+  return fault != nullptr && wanted == fault;
+}
+
+#ifndef OMIT_MgrInit
+EXPORTED int MgrInit() { return HasFault("init") ? 0 : 1; }
+#endif
+
+#ifndef OMIT_GetStringA
+EXPORTED int GetStringA(uint16_t language, tagGS_PARAM* param, char* buffer, uint32_t* size) {
+  const bool known = language == 0x0409 && param->dwType == GS_TYPE_SENSOR_NAME && (param->dwArg1 | param->dwArg2) == 0;
+  if (!known || HasFault(buffer == nullptr ? "size" : "text")) return 0;
+  std::ostringstream key;
+  key << ";" << std::hex << param->dwObjectID << "=";
+  const char* names = std::getenv("RESMGR_NAMES");
+  const std::string list = std::string(";") + (names == nullptr ? "" : names) + ";";
+  const size_t found = list.find(key.str());
+  if (found == std::string::npos) return 0;
+  const size_t start = found + key.str().size();
+  const std::string name = list.substr(start, list.find(';', start) - start);
+  if (buffer == nullptr) {
+    *size = HasFault("empty") ? 0 : static_cast<uint32_t>(name.size() + (HasFault("full") ? 0 : 1));
+  } else {
+    std::memcpy(buffer, name.c_str(), *size);
+  }
+  return 1;
+}
+#endif
+
+#ifndef OMIT_GetStringW
+EXPORTED void GetStringW() { std::abort(); }
+#endif
+
+#ifndef OMIT_MgrUninit
+EXPORTED void MgrUninit() {}
+#endif
