@@ -64,7 +64,4 @@ void Debug(MessageFormat<std::type_identity_t<Args>...> format, Args... args) {
   Output(OUTPUT_DEBUG, format.Text(), MODULE_NAME, args...);
 }
 
-/// A Debug message that names no module.
-inline void DebugUnnamed(const char* text) { Output(OUTPUT_DEBUG, "%s", text); }
-
 #endif  // KESTRUNE_PLATFORM_MESSAGE_H_

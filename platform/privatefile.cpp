@@ -28,6 +28,11 @@ bool IsFIFO(const char* path) {
   return stat(path, &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
+bool IsRegularFile(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool IsReadable(const char* path) { return access(path, R_OK) == 0 && !IsFIFO(path); }
 
 bool PrivateFile::Make() {

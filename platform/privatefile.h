@@ -21,6 +21,9 @@ bool IsFIFO(const char* path);
 /// Whether a file can be read, and is no FIFO.
 bool IsReadable(const char* path);
 
+/// Whether a regular file stands under a name, or a link to one.
+bool IsRegularFile(const char* path);
+
 /// A file that outlives the request which made it, told by device and inode from whatever else may come to stand under
 /// its name. Does not remove the file.
 class PrivateFile {

@@ -62,7 +62,7 @@ Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint6
     return selection;
   }
   if (*begin > *end) {
-    DebugUnnamed("Dbg (SELLogFilter): The log range is wrong!\n");
+    Output(OUTPUT_DEBUG, "Dbg (SELLogFilter): The log range is wrong!\n");
     throw 1;
   }
   const uint64_t total = inCache + inFile;
@@ -72,7 +72,7 @@ Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint6
     if (*end == 0) *end = total;
   }
   if (first > total) {
-    DebugUnnamed("Dbg (SELLogFilter): Out of SEL log range!\n");
+    Output(OUTPUT_DEBUG, "Dbg (SELLogFilter): Out of SEL log range!\n");
     return selection;
   }
   *end = std::min(*end, total);
@@ -109,11 +109,11 @@ class SELText {
   uint64_t lines_ = 0;
 };
 
-/// Appends the records at `positions` of a file of `total` records.
-void AppendFromFile(SELText& text, const char* file, uint64_t total, Positions positions) {
+/// Appends the records at `positions` of a copy of `total` records.
+void AppendFromFile(SELText& text, const TemporaryFile& copy, uint64_t total, Positions positions) {
   try {
     const uint64_t count = positions.Count();
-    const std::unique_ptr<SELRecord[]> records = ReadSELLogFile(file, total - positions.last, count);
+    const std::unique_ptr<SELRecord[]> records = ReadSELLogFile(copy, total - positions.last, count);
     for (uint64_t i = count; i-- > 0;) {
       if (records[i].at(RECORD_FORMAT) == RECORD_FORMAT_IPMI) {
         text.Append(FROM_FILE, records[i]);
@@ -127,8 +127,10 @@ void AppendFromFile(SELText& text, const char* file, uint64_t total, Positions p
   }
 }
 
+}  // namespace
+
 /// Builds the text of a selection. Throws when that fails.
-SELText ReadSELData(const Selection& selection, const char* file, uint64_t inFile) {
+static SELText ReadSELData(const Selection& selection, const TemporaryFile& copy, uint64_t inFile) {
   try {
     SELText text(selection.Count());
     if (selection.cache.Count() != 0) {
@@ -137,7 +139,7 @@ SELText ReadSELData(const Selection& selection, const char* file, uint64_t inFil
         text.Append(FROM_CONTROLLER, g_vSELDataCache[size - k].abyRecord);
       }
     }
-    if (selection.file.Count() != 0) AppendFromFile(text, file, inFile, selection.file);
+    if (selection.file.Count() != 0) AppendFromFile(text, copy, inFile, selection.file);
     return text;
   } catch (...) {
     Error("Err (%s:SELLogFilter): Read SEL data error!\n");
@@ -145,12 +147,13 @@ SELText ReadSELData(const Selection& selection, const char* file, uint64_t inFil
   }
 }
 
+namespace {
+
 /// Copies the SEL log file, so that its writer cannot change it between check and read.
 void CopyLogFile(const char* file, TemporaryFile& copy) {
-  if (!ClearName(copy.Path()) || IsFIFO(file) || !CommandFits(COPY_COMMAND, file, copy.Path())) return;
+  if (!ClearName(copy.Path()) || !CommandFits(COPY_COMMAND, file, copy.Path())) return;
   // Where there is nothing to copy, nothing is made: a missing file must be found missing.
-  if (IsReadable(file) && !copy.Make()) return;
-  RunCommand(COPY_COMMAND, file, copy.Path());
+  if (IsReadable(file) && IsRegularFile(file) && copy.Make()) RunCommand(COPY_COMMAND, file, copy.Path());
 }
 
 uint32_t ReadTime(const SELRecord& record) {
@@ -196,12 +199,11 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
   CopyLogFile(file, copy);
   try {
     ReadBMCSELToCache();
-    uint64_t inFile = CheckSELLogFile(copy.Path());
-    if (!copy.IsMade()) inFile = 0;  // what may stand there by now is somebody else's
+    const uint64_t inFile = CheckSELLogFile(copy);
     const Selection selection = Select(g_uiSELCacheCount, inFile, begin, end);
     const uint64_t count = selection.Count();
     if (out == nullptr || count == 0) return count;
-    SELText text = ReadSELData(selection, copy.Path(), inFile);
+    SELText text = ReadSELData(selection, copy, inFile);
     *out = text.HandOver();
     return text.Lines();
   } catch (...) {

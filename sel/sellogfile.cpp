@@ -13,6 +13,9 @@
 
 namespace {
 
+/// Whether a copy was made and can be read. What may stand under the name of one that was not made is somebody else's.
+bool IsThere(const TemporaryFile& copy) { return copy.IsMade() && access(copy.Path(), R_OK) == 0; }
+
 using Header = std::array<uint8_t, SEL_LOG_HEADER_SIZE>;
 
 /// The size that a header states.
@@ -49,8 +52,9 @@ uint64_t CountRecords(FILE* stream, const char* file) {
   return static_cast<uint64_t>(recordBytes) / sizeof(SELRecord);
 }
 
-uint64_t OpenAndCountRecords(const char* file) {
-  if (access(file, R_OK) != 0) {
+uint64_t OpenAndCountRecords(const TemporaryFile& copy) {
+  const char* file = copy.Path();
+  if (!IsThere(copy)) {
     Debug("Dbg (%s:CheckSELLogFile): File %s doesn't exist!\n", file);
     throw 1;
   }
@@ -64,21 +68,22 @@ uint64_t OpenAndCountRecords(const char* file) {
 
 }  // namespace
 
-uint64_t CheckSELLogFile(const char* file) {
+uint64_t CheckSELLogFile(const TemporaryFile& copy) {
   try {
-    return OpenAndCountRecords(file);
+    return OpenAndCountRecords(copy);
   } catch (int) {
-    DebugUnnamed("Dbg (SELLogFilter): SEL log file verify error!\n");
+    Output(OUTPUT_DEBUG, "Dbg (SELLogFilter): SEL log file verify error!\n");
     return 0;
   }
 }
 
-std::unique_ptr<SELRecord[]> ReadSELLogFile(const char* file, uint64_t first, uint64_t count) {
+std::unique_ptr<SELRecord[]> ReadSELLogFile(const TemporaryFile& copy, uint64_t first, uint64_t count) {
+  const char* file = copy.Path();
   if (count == 0) {
     Debug("Dbg (%s:ReadSELLogFile): The Parameter error!\n");
     throw 1;
   }
-  if (access(file, R_OK) != 0) {
+  if (!IsThere(copy)) {
     Debug("Dbg (%s:ReadSELLogFile): File %s doesn't exist!\n", file);
     throw 1;
   }

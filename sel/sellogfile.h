@@ -13,15 +13,16 @@
 #include <memory>
 
 #include "platform/nubo.h"
+#include "platform/privatefile.h"
 
 inline constexpr size_t SEL_LOG_HEADER_SIZE = 9;
 inline constexpr size_t SEL_LOG_SIZE_OFFSET = 4;
 
-/// Number of records in a file; 0, after a message, when it is missing or not as described above.
-uint64_t CheckSELLogFile(const char* file);
+/// Number of records in a copy of the file; 0, after a message, when it was not made or is not as described above.
+uint64_t CheckSELLogFile(const TemporaryFile& copy);
 
-/// Reads `count` records of a checked file, from record `first` (counted from 0, the oldest) on. Throws 1, after a
+/// Reads `count` records of a checked copy, from record `first` (counted from 0, the oldest) on. Throws 1, after a
 /// message, when they cannot be read.
-std::unique_ptr<SELRecord[]> ReadSELLogFile(const char* file, uint64_t first, uint64_t count);
+std::unique_ptr<SELRecord[]> ReadSELLogFile(const TemporaryFile& copy, uint64_t first, uint64_t count);
 
 #endif  // KESTRUNE_SEL_SELLOGFILE_H_

@@ -1,0 +1,36 @@
+# bash completion for kestrune-host
+_kestrune_host() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command='' each
+  local options='--module --dist --verbose --sel --sensors --sel-log --help'
+  COMPREPLY=()
+  for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    case $each in
+      logs | show | write | settings | dump-sel | pack-sel) command=$each ;;
+    esac
+  done
+  case $before in
+    --module | --sel | --sensors | --sel-log)
+      compopt -o filenames
+      mapfile -t COMPREPLY < <(compgen -f -- "$word")
+      return ;;
+    --format) mapfile -t COMPREPLY < <(compgen -W 'table csv json' -- "$word"); return ;;
+    --level) mapfile -t COMPREPLY < <(compgen -W '0 1 2 3' -- "$word"); return ;;
+    --dist) mapfile -t COMPREPLY < <(compgen -W '0 103 106' -- "$word"); return ;;
+    --lines | --set) return ;;
+  esac
+  case $command in
+    '') options+=' --version logs show write settings dump-sel pack-sel' ;;
+    logs) options+=' --format' ;;
+    show) options+=' --lines --format'; [[ $word == -* ]] || options='application secure messages agent sel' ;;
+    write) options+=' --level' ;;
+    settings) options+=' --set --format' ;;
+    pack-sel)
+      if [[ $word != -* ]]; then
+        compopt -o filenames
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+      fi ;;
+  esac
+  mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+}
+complete -F _kestrune_host kestrune-host
