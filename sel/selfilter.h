@@ -25,13 +25,12 @@ inline constexpr size_t SEL_LINE_SIZE = 256;
 ///
 /// With a null `out` it returns the number of positions. Otherwise it returns the number of lines, which is less where
 /// records of the file are of an unknown kind, and, if any position was selected, hands over the text in `*out`, an
-/// array that the caller frees with array delete. `*end` is brought within the list; `*begin` stays. Returns 0 on
-/// failure with
-/// `*out` untouched.
+/// array that the caller frees with array delete. `*end` is brought within the list (where begin is 0 too, an end of 0
+/// stands for the last position); `*begin` stays. Returns 0 on failure, with `*out` untouched.
 uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* end);
 
-/// Writes a record's line, from column 2 on and with its newline, into SEL_LINE_SIZE bytes. Returns 1. Throws
-/// std::bad_alloc.
+/// Writes a record's line, from column 2 on and with its newline and a NUL, into SEL_LINE_SIZE - 2 bytes. Returns 1.
+/// Throws std::bad_alloc.
 int FormatSELLine(const SELRecord* record, char* line);
 
 #endif  // KESTRUNE_SEL_SELFILTER_H_

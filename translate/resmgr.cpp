@@ -52,8 +52,9 @@ class StartGuard {
   StartGuard& operator=(const StartGuard&) = delete;
   ~StartGuard() {
     if (done_) return;
-    int (*uninitialise)() = nullptr;
-    if (initialised_ && ResolveCallable("MgrUninit", uninitialise)) uninitialise();
+    // The fault that stopped the start is reported already; a missing "MgrUninit" is not one more.
+    auto uninitialise = initialised_ ? reinterpret_cast<int (*)()>(dlsym(g_hRscDll, "MgrUninit")) : nullptr;
+    if (uninitialise != nullptr) uninitialise();
     Unload();
   }
 

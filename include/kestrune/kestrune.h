@@ -171,7 +171,8 @@ struct tagCONFIGITEM {
                                     ///< with array delete (of the same C++ runtime), which frees the strings too
 };
 
-/// The range of SP_CONFIGITEMEX, inclusive and counted from 1, the newest record first.
+/// The range of SP_CONFIGITEMEX, inclusive and counted from 1, the newest record first. In the SEL an end of 0 stands
+/// for the last record only behind a begin of 0.
 struct tagITEMRANGE {
   uint32_t dwBegin;     ///< in: first record (0 for the first). Out: the range's begin as the filter left it
   uint32_t dwEnd;       ///< in: last record (0 for the last). Out: the range's end as the filter left it
