@@ -2,6 +2,7 @@
 #include "standin/cmdline.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
@@ -88,8 +89,8 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
 }
 
 void AddCommands(CLI::App& app, Options& options, Texts& texts) {
-  std::vector<std::string> names;
-  for (const LogName& log : kLogs) names.emplace_back(log.name);
+  std::vector<std::string> names(kLogs.size());
+  std::transform(kLogs.begin(), kLogs.end(), names.begin(), [](const LogName& log) { return log.name; });
   const auto add_format = [&](CLI::App* command) {
     command->add_option("--format", options.format, "Form of the output")
         ->check(CLI::IsMember({"table", "csv", "json"}))

@@ -32,7 +32,10 @@ void PrepareProcess() {
   if (descriptor >= 0) close(descriptor);
   signal(SIGPIPE, [](int) {});
   // A log may hold any text. Where the environment names no character encoding, UTF-8 is the best guess.
-  const auto is_set = [](const char* name) { return std::getenv(name) != nullptr && *std::getenv(name) != '\0'; };
+  const auto is_set = [](const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+  };
   std::setlocale(LC_CTYPE, is_set("LC_ALL") || is_set("LC_CTYPE") || is_set("LANG") ? "" : "C.UTF-8");
 }
 

@@ -96,8 +96,8 @@ std::string RenderTable(const Table& table, size_t width) {
     for (size_t i = 0; i < line.size(); ++i) {
       const std::wstring cell = Cut(line[i], widths[i]);
       const std::wstring padding(widths[i] - Width(cell), L' ');
-      const std::wstring gap(i == 0 ? 0 : kGap, L' ');
-      shown += gap + (table.columns[i].numeric ? padding + cell : cell + padding);
+      if (i != 0) shown.append(kGap, L' ');
+      shown.append(table.columns[i].numeric ? padding : cell).append(table.columns[i].numeric ? cell : padding);
     }
     shown.erase(shown.find_last_not_of(L' ') + 1);
     text += Narrow(width == 0 ? shown : Cut(shown, width)) + '\n';
