@@ -61,7 +61,9 @@ TEST_F(CompatTest, VariantsOwnTheirStrings) {
       if (type == VT_BSTR) expected.value.bstrVal = nullptr;
       EXPECT_EQ(clear(&source), 0);
       EXPECT_EQ(std::memcmp(&source, &expected, sizeof(source)), 0) << "a number stays where it was";
-      if (type == VT_BSTR && !null) EXPECT_STREQ(target.value.bstrVal, L"text");
+      if (type == VT_BSTR && !null) {
+        EXPECT_STREQ(target.value.bstrVal, L"text");
+      }
       EXPECT_EQ(clear(&target), 0);
     }
   }

@@ -182,28 +182,26 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
     const char* command;
     const char* script;  // null: the command is missing
     uint32_t id;
-    std::array<uint32_t, 2> head;  // result and count of a fetch
-    std::string message;           // the last, if it matters
-    bool recovers = true;          // the next request is served without another log in between
+    int32_t result;  // of a fetch, as the count and the last message, if it matters
+    uint32_t count;
+    std::string message;
+    bool recovers = true;  // the next request is served without another log in between
   } cases[] = {
-      {"sort", nullptr, LOG_MESSAGES, {1, 0}, kFormatError},
-      {"sort", nullptr, LOG_APPLICATION, {1, 0}, kEmptyFile},
-      {"sed", nullptr, LOG_MESSAGES, {1, 0}, kFormatError},
-      {"wc", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile},
-      {"awk", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile},
-      {"cp", nullptr, LOG_MESSAGES, {1, 0}, kEmptyFile, false},
-      {"cat", nullptr, LOG_APPLICATION, {1, 0}, kEmptyFile, false},
-      {"mv", nullptr, LOG_APPLICATION, {1, 3}, ""},
-      {"rm", nullptr, LOG_MESSAGES, {1, 3}, ""},
-      {"wc", "rm -f /var/log/messages", LOG_MESSAGES, {1, 0}, kEmptyFile, false},
-      {"cp", "rm -f /var/log/messages", LOG_MESSAGES, {1, 0}, kEmptyFile, false},
-      {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, {1, 3}, ""},
-      {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, {1, 0}, kFormatError},
+      {"sort", nullptr, LOG_MESSAGES, 1, 0, kFormatError},
+      {"sort", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile},
+      {"sed", nullptr, LOG_MESSAGES, 1, 0, kFormatError},
+      {"wc", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"awk", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"cp", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"cat", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile, false},
+      {"mv", nullptr, LOG_APPLICATION, 1, 3, ""},
+      {"rm", nullptr, LOG_MESSAGES, 1, 3, ""},
+      {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, 1, 3, ""},
+      {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
       // The result vanishes once it was counted, which is done after the second file was removed.
-      {"wc",
-       "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi",
-       LOG_MESSAGES,
-       {0, 3},
+      {"wc", "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi", LOG_MESSAGES, 0, 3,
        Err("FillConfigItem", "Can't open tmp log file!")},
   };
   for (const auto& c : cases) {
@@ -216,10 +214,12 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
         machine::Commands commands;
         c.script == nullptr ? commands.Drop(c.command) : commands.Before(c.command, c.script);
         const Reply reply = ranged ? FetchRange(Load(), Group(c.id), 1, 0, 3) : Fetch(Load(), Group(c.id), 3);
-        EXPECT_EQ(reply.result, c.head[0]);
-        EXPECT_EQ(reply.count, c.head[1]);
-        EXPECT_EQ(reply.rows, c.head == std::array{1U, 3U} ? ModelRows(log, c.id) : Rows());
-        if (!c.message.empty()) EXPECT_EQ(reply.messages.back(), c.message);
+        EXPECT_EQ(reply.result, c.result);
+        EXPECT_EQ(reply.count, c.count);
+        EXPECT_EQ(reply.rows, c.result == 1 && c.count == 3 ? ModelRows(log, c.id) : Rows());
+        if (!c.message.empty()) {
+          EXPECT_EQ(reply.messages.back(), c.message);
+        }
         commands.TakeCalls();
       }
       machine::WriteFile(kMessages, log);
@@ -271,7 +271,9 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
       if (is_folder) machine::PlantFolder(name);
       if (kind == "link") machine::PlantLink(name, victim);
       if (kind == "dangling link") machine::PlantLink(name, target);
-      if (kind == "hard link") EXPECT_EQ(link(victim.c_str(), name.c_str()), 0);
+      if (kind == "hard link") {
+        EXPECT_EQ(link(victim.c_str(), name.c_str()), 0);
+      }
       Start();
       SeedWorkFile();
       const Reply reply = Fetch(Load(), Group(LOG_APPLICATION), 4);
@@ -299,15 +301,20 @@ TEST_F(FilterTest, FilesArePrivateWhateverTheMask) {
   machine::Commands commands;
   commands.Before("sort", "cp -p " + kCache + " " + kMerged + " /tmp/__log__tmp.* /usr/zarp/seen/");
   Start();
-  const mode_t mask = umask(0);
-  EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).count, 4U);
-  umask(mask);
-  const Names seen = machine::Listing("/usr/zarp/seen");
-  EXPECT_EQ(seen.size(), 4U);
-  for (const std::string& name : seen) {
-    struct stat status {};
-    EXPECT_EQ(stat(("/usr/zarp/seen/" + name).c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600U) << name;
+  for (const mode_t mask : {0, 0777}) {
+    machine::Remove(kMerged);
+    machine::Remove(kCache);
+    const mode_t before = umask(mask);
+    EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).count, 4U);
+    umask(before);
+    const Names seen = machine::Listing("/usr/zarp/seen");
+    EXPECT_EQ(seen.size(), 4U);
+    for (const std::string& name : seen) {
+      struct stat status {};
+      EXPECT_EQ(stat(("/usr/zarp/seen/" + name).c_str(), &status), 0);
+      EXPECT_EQ(status.st_mode & 07777, 0600U) << name << " with mask " << mask;
+    }
+    machine::PlantFolder("/usr/zarp/seen");
   }
 }
 

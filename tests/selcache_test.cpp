@@ -1,4 +1,6 @@
 /// The controller's log through its history: which entries the module asks for, what it keeps, what it reports.
+#include <new>
+
 #include "tests/support/sel.h"
 
 namespace {
@@ -18,60 +20,55 @@ const struct {
   std::vector<Step> steps;
 } kHistories[] = {
     {"appended",
-     {{"1a>2 2b>3 3c", {0, 2, 3}, "abc"},
-      {"1a>2 2b>3 3c", {}, "abc"},
-      {"1a>2 2b>3 3c>4 4d", {0, 3, 4}, "abcd"},
-      {"1a>2 2b>3 3c>4 4d>70 70e>8 8f", {0, 4, 70, 8}, "abcdef"}}},
-    {"a single entry that is followed", {{"1a", {0}, "a"}, {"1a>2 2b", {0, 0, 2}, "ab"}}},
-    {"cleared", {{"1a>2 2b", {0, 2}, "ab"}, {"", {}, ""}, {"1x", {0}, "x"}}},
-    {"cleared though entries are left", {{"1a>2 2b", {0, 2}, "ab"}, {"1a>2 2b", {}, "", "", 0}}},
-    {"rewritten", {{"1a>2 2b", {0, 2}, "ab"}, {"1x>2 2y>3 3z", {0, 0, 2, 3}, "xyz"}}},
-    {"rewritten, told by the first ID alone", {{"1a>2 2b", {0, 2}, "ab"}, {"9a>2 2y>3 3z", {0, 0, 2, 3}, "ayz"}}},
-    {"rewritten behind the first entry", {{"1a>2 2b", {0, 2}, "ab"}, {"1a>2 2y>3 3z", {0, 2, 3}, "abz"}}},
-    {"full: every count alike", {{"1a>2 2b", {0, 2}, "ab"}, {"2b>3 3c", {}, "ab"}, {"3c>4 4d", {}, "ab"}}},
-    {"shrunken", {{"1a>2 2b>3 3c", {0, 2, 3}, "abc"}, {"1a>2 2b", {0, 0, 2}, "ab"}}},
-    {"shrunken and rewritten", {{"1a>2 2b>3 3c", {0, 2, 3}, "abc"}, {"7x>8 8y", {0, 0, 8}, "xy"}}},
-    {"shrunken, no longer read", {{"1a>2 2b>3 3c", {0, 2, 3}, "abc"}, {"1a!>2 2b", {0, 0}, ""}}},
+     {{"1a 2b 3c", {0, 2, 3}, "abc"},
+      {"1a 2b 3c", {}, "abc"},
+      {"1a 2b 3c 4d", {0, 3, 4}, "abcd"},
+      {"1a 2b 3c 4d 70e 8f", {0, 4, 70, 8}, "abcdef"}}},
+    {"a single entry that is followed", {{"1a", {0}, "a"}, {"1a 2b", {0, 0, 2}, "ab"}}},
+    {"cleared", {{"1a 2b", {0, 2}, "ab"}, {"", {}, ""}, {"1x", {0}, "x"}}},
+    {"rewritten", {{"1a 2b", {0, 2}, "ab"}, {"1x 2y 3z", {0, 0, 2, 3}, "xyz"}}},
+    {"rewritten, told by the first ID alone", {{"1a 2b", {0, 2}, "ab"}, {"9a 2y 3z", {0, 0, 2, 3}, "ayz"}}},
+    {"rewritten behind the first entry", {{"1a 2b", {0, 2}, "ab"}, {"1a 2y 3z", {0, 2, 3}, "abz"}}},
+    {"full: every count alike", {{"1a 2b", {0, 2}, "ab"}, {"2b 3c", {}, "ab"}, {"3c 4d", {}, "ab"}}},
+    {"shrunken", {{"1a 2b 3c", {0, 2, 3}, "abc"}, {"1a 2b", {0, 0, 2}, "ab"}}},
+    {"shrunken, no longer read", {{"1a 2b 3c", {0, 2, 3}, "abc"}, {"1a! 2b", {0, 0}, ""}}},
     {"announced too high",
-     {{"1a>2 2b", {0, 2}, "ab", "cache 2 return count 5", 5},
-      {"1a>2 2b", {0, 2}, "ab", "cache 2 return count 5", 5},
-      {"1a>2 2b>3 3c", {0, 2, 3}, "abc", "cache 3 return count 5", 5},
-      {"1a>2 2b>3 3c", {}, "abc"}}},
-    {"announced beyond all memory", {{"1a>2 2b", {0, 2}, "ab", "cache 2 return count -1", 0xFFFFFFFF}}},
-    {"announced but empty", {{"", {0}, "", "", 3}, {"1a>2 2b>3 3c", {0, 2, 3}, "abc"}}},
+     {{"1a 2b", {0, 2}, "ab", "cache 2 return count 5", 5},
+      {"1a 2b", {0, 2}, "ab", "cache 2 return count 5", 5},
+      {"1a 2b 3c", {0, 2, 3}, "abc", "cache 3 return count 5", 5},
+      {"1a 2b 3c", {}, "abc"}}},
+    {"announced beyond all memory", {{"1a 2b", {0, 2}, "ab", "cache 2 return count -1", 0xFFFFFFFF}}},
     {"announced too low",
-     {{"1a>2 2b>3 3c", {0, 2}, "ab", "", 2}, {"1a>2 2b>3 3c", {0, 2, 3}, "abc"}, {"1a>2 2b>3 3c", {0, 0}, "a", "", 1}}},
-    {"a circle", {{"1a>2 2b>1", {0, 2, 1, 2, 1}, "ababa", "", 5}, {"1a>2 2b>1", {0, 1, 2, 1}, "abababa", "", 7}}},
-    {"a circle through the first entry", {{"1a>2 2b>0", {0, 2, 0, 2}, "abab", "", 4}}},
+     {{"1a 2b 3c", {0, 2}, "ab", "", 2}, {"1a 2b 3c", {0, 2, 3}, "abc"}, {"1a 2b 3c", {0, 0}, "a", "", 1}}},
+    {"a circle", {{"1a 2b>1", {0, 2, 1, 2, 1}, "ababa", "", 5}, {"1a 2b>1", {0, 1, 2, 1}, "abababa", "", 7}}},
     {"an ID that repeats", {{"1a>1", {0, 1, 1}, "aaa", "", 3}, {"1a>1", {0, 1, 1}, "aaaa", "", 4}}},
     {"an entry whose own ID is 0", {{"0a", {0}, "a"}, {"0a", {0, 0}, "aa", "", 2}}},
-    {"an entry that nobody has", {{"1a>5 2b", {0, 5}, "a"}, {"1a>5 5b", {0, 1, 5}, "ab"}}},
+    {"an entry that nobody has", {{"1a>5 2b", {0, 5}, "a"}, {"1a 5b", {0, 1, 5}, "ab"}}},
     {"reads that fail in the middle",
-     {{"1a>2 2b!>3 3c", {0, 2}, "a"}, {"1a>2 2b>3 3c!", {0, 1, 2, 3}, "ab"}, {"1a>2 2b>3 3c", {0, 2, 3}, "abc"}}},
-    {"a first read that fails", {{"1a!>2 2b", {0}, ""}, {"1a>2 2b", {0, 2}, "ab"}}},
-    {"a first entry that cannot be compared", {{"1a>2 2b", {0, 2}, "ab"}, {"1a!>2 2b>3 3c", {0, 2, 3}, "abc"}}},
+     {{"1a 2b! 3c", {0, 2}, "a"}, {"1a 2b 3c!", {0, 1, 2, 3}, "ab"}, {"1a 2b 3c", {0, 2, 3}, "abc"}}},
+    {"a first read that fails", {{"1a! 2b", {0}, ""}, {"1a 2b", {0, 2}, "ab"}}},
+    {"a first entry that cannot be compared", {{"1a 2b", {0, 2}, "ab"}, {"1a! 2b 3c", {0, 2, 3}, "abc"}}},
     {"a last entry that cannot be read again",
-     {{"1a>2 2b>3", {0, 2}, "ab", "", 2},
-      {"1a>2 2b!>3 3c", {0, 2}, "ab", "cache 2 return count 3"},
-      {"1a>2 2b>3 3c", {0, 2, 3}, "abc"}}},
+     {{"1a 2b>3", {0, 2}, "ab", "", 2},
+      {"1a 2b! 3c", {0, 2}, "ab", "cache 2 return count 3"},
+      {"1a 2b 3c", {0, 2, 3}, "abc"}}},
     {"refused counts",
      {{"1a", {}, "", "", kRefused},
-      {"1a>2 2b", {0, 2}, "ab"},
-      {"1x>2 2y>3 3z", {}, "ab", "", kRefused},
-      {"1a>2 2b>3 3c", {0, 2, 3}, "abc"}}},
+      {"1a 2b", {0, 2}, "ab"},
+      {"1x 2y 3z", {}, "ab", "", kRefused},
+      {"1a 2b 3c", {0, 2, 3}, "abc"}}},
 };
 
 TEST_F(SELTest, Histories) {
   const std::string title = "2048 Dbg (kestrune:ReadBMCSELToCache): ";
   for (const auto& history : kHistories) {
-    Unload();
     const HostModule& module = Start();
     for (const Step& step : history.steps) {
       SCOPED_TRACE(testing::Message() << history.name << ": " << step.log);
       Host().sel = MakeChain(step.log);
       Host().enumerate = step.announced == kRefused ? 0 : 1;
       Host().sel_count = step.announced < 0 ? Host().sel.size() : static_cast<uint32_t>(step.announced);
-      Lines messages = Missing();
+      Lines messages = NoFile();
       const std::string mismatch = "the cache data doesn't match the BMC SEL! " + step.mismatch + "\n";
       if (!step.mismatch.empty()) messages.insert(messages.begin(), title + mismatch);
       if (step.announced == kRefused) messages.insert(messages.begin(), title + "Can't get the SEL count!\n");
@@ -79,22 +76,28 @@ TEST_F(SELTest, Histories) {
       const Reply reply = Fetch(module, Group(LOG_SEL), 8);
       EXPECT_EQ(TakeCalls(), WalkCalls(step.asked));
       EXPECT_EQ(reply.result, 1);
-      EXPECT_EQ(reply.rows, PlainRows(1, 0, {step.kept.rbegin(), step.kept.rend()}));
+      EXPECT_EQ(reply.rows, PlainRows(1, 0, step.kept));
       EXPECT_EQ(reply.messages, Report("", messages));
     }
+    EXPECT_EQ(module.SPUninitialize(), 1);  // which forgets the log
   }
 }
 
-TEST_F(SELTest, ACountReadsTheLogAndAStopForgetsIt) {
-  for (const std::string marks : {"ab", "xy"}) {
-    Host().sel = MakeSEL(PlainRecords(marks));
-    const HostModule& module = Start();
-    EXPECT_EQ(RecordCount(module, Type(CONFIG_TYPE_LOG, 5)), 2);
-    EXPECT_EQ(TakeCalls(), WalkCalls({0, 2}));
-    EXPECT_EQ(Fetch(module, Group(LOG_SEL), 2).rows, PlainRows(1, 0, {marks.rbegin(), marks.rend()}));
-    EXPECT_EQ(TakeCalls(), WalkCalls({}));
-    EXPECT_EQ(module.SPUninitialize(), 1);
+TEST_F(SELTest, MemoryThatRunsOutLosesAndDoublesNothing) {
+  const HostModule& module = Start();
+  Host().sel = MakeChain("1a 2b 3c 4d");
+  Host().on_call = [](const std::string& call) {
+    if (call == "gmGetIPMIEntry 3") throw std::bad_alloc();
+  };
+  for (int round = 0; round < 2; ++round) {
+    const Reply reply = Fetch(module, Group(LOG_SEL), 8);
+    EXPECT_EQ(reply.result, 1);
+    EXPECT_EQ(reply.count, 0U) << "like an empty log";
   }
+  Host().on_call = nullptr;
+  TakeCalls();
+  EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).rows, PlainRows(1, 0, "abcd"));
+  EXPECT_EQ(TakeCalls(), WalkCalls({0, 2, 3, 4}));
 }
 
 }  // namespace

@@ -3,9 +3,10 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <codecvt>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
+#include <locale>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
@@ -28,7 +29,7 @@ std::string ToText(const tagVARIANT& value) {
   const size_t length = std::wcslen(value.value.bstrVal);
   // A second zero follows the terminator of a converted text; only that of an invalid text, which is empty, lacks it.
   EXPECT_TRUE(length == 0 || value.value.bstrVal[length + 1] == 0);
-  return std::filesystem::path(value.value.bstrVal).string();  // UTF-8, whatever the locale
+  return std::wstring_convert<std::codecvt_utf8<wchar_t>>().to_bytes(value.value.bstrVal);
 }
 
 Row TakeRow(const tagCONFIGITEM& item) {

@@ -2,6 +2,7 @@
 #ifndef KESTRUNE_TESTS_SUPPORT_SEL_H_
 #define KESTRUNE_TESTS_SUPPORT_SEL_H_
 
+#include <cstdio>
 #include <cstdlib>
 #include <numeric>
 #include <sstream>
@@ -22,7 +23,7 @@ inline SELRecord MakeRecord(int type, int event, int data1, int data2 = 0, int d
   return record;
 }
 
-/// What the module says of a record that no row of the tables fits.
+/// What the module says of a record that no row of its tables fits.
 inline std::string HexDump(const SELRecord& record) {
   std::string text = "Unspecified event! Hex dump :";
   for (const uint8_t byte : record) text += {' ', "0123456789ABCDEF"[byte / 16], "0123456789ABCDEF"[byte % 16]};
@@ -36,14 +37,13 @@ inline Records PlainRecords(const std::string& marks) {
   return records;
 }
 
-/// The items of plain records, appended in this order. `origin`: 0 the controller, 1 the SEL log file.
-inline std::vector<Row> PlainRows(size_t first_index, int origin, const std::string& marks,
-                                  std::vector<Row> rows = {}) {
-  for (const char mark : marks) {
-    const int seconds = mark - 'a';
-    const std::string time = "00:00:" + std::to_string(seconds / 10) + std::to_string(seconds % 10);
-    const Lines values = {"Jan  1", time, HexDump(PlainRecords({mark})[0]), "N/A", std::to_string(origin)};
-    rows.push_back({static_cast<uint32_t>(first_index++), LOG_SEL, kSELShape, values});
+/// The items of plain records, given oldest first and listed newest first, behind the items `rows`. `origin`: 0 the
+/// controller, 1 the SEL log file.
+inline std::vector<Row> PlainRows(size_t index, int origin, const std::string& marks, std::vector<Row> rows = {}) {
+  for (size_t i = marks.size(); i-- > 0;) {
+    const std::string seconds = std::to_string(marks[i] - 'a' + 100).substr(1);
+    const Lines values = {"Jan  1", "00:00:" + seconds, HexDump(PlainRecords(marks)[i]), "N/A", std::to_string(origin)};
+    rows.push_back({static_cast<uint32_t>(index++), LOG_SEL, kSELShape, values});
   }
   return rows;
 }
@@ -51,23 +51,24 @@ inline std::vector<Row> PlainRows(size_t first_index, int origin, const std::str
 /// The controller's log of these records, numbered from 1.
 inline std::vector<ScriptedEntry> MakeSEL(const Records& records) {
   std::vector<ScriptedEntry> log;
-  for (uint16_t id = 1; id <= records.size(); ++id)
-    log.push_back({id, static_cast<uint16_t>(id + 1), records[id - 1U]});
+  uint16_t id = 0;
+  for (const SELRecord& record : records) log.push_back({++id, static_cast<uint16_t>(id + 1), record});
   if (!log.empty()) log.back().next_id = SEL_LAST_ENTRY;
   return log;
 }
 
-/// The controller's log written out, its first entry in front: "1a>2 2b!>7" is entry 1 with the plain record a,
-/// followed by entry 2, followed by entry 7. An entry with "!" cannot be read, one without a follower is the last.
+/// The controller's log written out: "1a 2b>7! 3c" is its first entry 1 with the plain record a, followed by entry 2
+/// with the plain record b, which says that entry 7 follows, and which cannot be read, and the last entry, 3.
 inline std::vector<ScriptedEntry> MakeChain(const std::string& text) {
   std::vector<ScriptedEntry> log;
   std::istringstream words(text);
   for (std::string word; words >> word;) {
-    size_t mark = 0;
-    const auto id = static_cast<uint16_t>(std::stoul(word, &mark));
-    const size_t arrow = word.find('>');
-    const auto next = arrow == std::string::npos ? SEL_LAST_ENTRY : std::stoul(word.substr(arrow + 1));
-    log.push_back({id, static_cast<uint16_t>(next), PlainRecords({word[mark]})[0], word[mark + 1] == '!'});
+    char mark = 0;
+    ScriptedEntry entry{0, SEL_LAST_ENTRY, {}, word.back() == '!'};
+    EXPECT_GE(std::sscanf(word.c_str(), "%hu%c>%hu", &entry.record_id, &mark, &entry.next_id), 2);
+    if (!log.empty() && log.back().next_id == SEL_LAST_ENTRY) log.back().next_id = entry.record_id;
+    entry.record = PlainRecords({mark})[0];
+    log.push_back(entry);
   }
   return log;
 }
@@ -98,28 +99,22 @@ inline std::string SeedCopy() {
   return name;
 }
 
+/// The messages of a plain ("") or ranged ("Ex") request, and those on a SEL log file that is bad or missing.
+inline Lines Report(const std::string& form, Lines messages) {
+  messages.insert(messages.begin(), "2048 Dbg (kestrune): in OnGetConfigItem" + form + "\n");
+  return messages;
+}
+inline Lines BadFile(const std::string& why) { return {why, "2048 Dbg (SELLogFilter): SEL log file verify error!\n"}; }
+inline Lines NoFile() {
+  return BadFile("2048 Dbg (kestrune:CheckSELLogFile): File " + SeedCopy() + " doesn't exist!\n");
+}
+
 /// A test of a machine with a resource manager and a controller whose sensor 1A is the host sensor 2001 (hexadecimal).
 class SELTest : public ModuleTest {
  protected:
   SELTest() {
     Host().PlugInController("1A;2001");
     machine::InstallResourceManager();
-  }
-  void TearDown() override {
-    Host().on_call = nullptr;
-    ModuleTest::TearDown();
-  }
-  /// The report on a plain ("") or ranged ("Ex") request, with these messages of the SEL's own.
-  static Lines Report(const std::string& form, Lines messages) {
-    messages.insert(messages.begin(), "2048 Dbg (kestrune): in OnGetConfigItem" + form + "\n");
-    return messages;
-  }
-  /// The messages on a SEL log file that is not used; `why` may name the copy that SeedCopy announced.
-  static Lines NotUsed(const std::string& why) {
-    return {why, "2048 Dbg (SELLogFilter): SEL log file verify error!\n"};
-  }
-  static Lines Missing() {
-    return NotUsed("2048 Dbg (kestrune:CheckSELLogFile): File " + SeedCopy() + " doesn't exist!\n");
   }
 };
 

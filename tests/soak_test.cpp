@@ -1,0 +1,133 @@
+/// Long runs: many requests from several threads while the logs change, and many loads of the module. Memory and
+/// descriptors must not grow. KESTRUNE_SOAK_REQUESTS and KESTRUNE_SOAK_CYCLES set the length.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+
+#include "tests/support/model.h"
+#include "tests/support/sel.h"
+
+namespace {
+
+constexpr int kThreads = 4;
+/// Bytes in use that may come and go: buffers of the C library, the host's own lists.
+constexpr size_t kTolerance = 64 * 1024;
+
+int LengthOf(const char* variable, int otherwise) {
+  const char* text = std::getenv(variable);
+  return text == nullptr ? otherwise : std::atoi(text);
+}
+
+size_t BytesInUse() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  return 0;  // the sanitizer's allocator does not tell; it finds leaks by itself
+#else
+  return mallinfo2().uordblks;
+#endif
+}
+
+class SoakTest : public SELTest {
+ protected:
+  SoakTest() {
+    machine::WriteFile("/var/log/messages", MakeLog(20, "messages"));
+    machine::WriteFile("/var/log/cron", MakeLog(5, "cron"));
+    machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xy")));
+    Host().sel = MakeSEL(PlainRecords("abc"));
+  }
+};
+
+/// One request of a thread's mix, checked as far as a log that changes allows: what is announced is there, and is
+/// whole.
+void Ask(const HostModule& module, int round) {
+  constexpr uint32_t kLogs[] = {LOG_MESSAGES, LOG_APPLICATION, LOG_SEL, LOG_MESSAGES};
+  constexpr uint32_t kCapacity = 64;
+  const uint32_t log = kLogs[round % 4];
+  tagIDV identifier = Group(log);
+  tagCONFIGITEM items[kCapacity] = {};
+  tagITEMRANGE range{1, 10, 0, kCapacity};
+  const bool ranged = round % 3 == 0;
+  uint32_t count = kCapacity;
+  EXPECT_EQ(ranged ? module.SPConfig(SP_OP_GET, SP_CONFIGITEMEX, &identifier, &range, items)
+                   : module.SPConfig(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, items),
+            1);
+  if (ranged) count = range.dwCount;
+  EXPECT_TRUE(count <= kCapacity && (!ranged || count <= 10));
+  for (uint32_t i = 0; i < count; ++i) {
+    EXPECT_EQ(items[i].dwID, log);
+    EXPECT_EQ(items[i].dwIndex, (ranged ? range.dwBegin : 1) + i);
+    for (uint32_t k = 0; k < 4; ++k) EXPECT_TRUE(items[i].pEntries[k].varValue.vt == VT_BSTR);
+    EXPECT_EQ(std::wcslen(items[i].pEntries[0].varValue.value.bstrVal), 6U);
+    EXPECT_EQ(std::wcslen(items[i].pEntries[1].varValue.value.bstrVal), 8U);
+    delete[] items[i].pEntries;
+  }
+}
+
+TEST_F(SoakTest, RequestsOfManyThreads) {
+  const int requests = LengthOf("KESTRUNE_SOAK_REQUESTS", 400);
+  const HostModule& module = Start();
+  std::atomic<int> next{0};
+  // The controller's log changes between two looks of the module, on the module's own call and so under its lock.
+  Host().on_call = [turn = 0](const std::string& call) mutable {
+    if (call != "gmSELEnumEntry") return;
+    ++turn;
+    Host().sel = MakeSEL(PlainRecords(std::string("abcdefgh").substr(turn % 5 == 0 ? 1 : 0, 1 + turn % 7)));
+  };
+  const auto work = [&] {
+    for (int round = next++; round < requests; round = next++) {
+      Ask(module, round);
+      if (round % 64 == 0) TakeLines();
+      if (round % 64 == 0) TakeCalls();
+    }
+  };
+  const auto run = [&] {
+    next = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i) threads.emplace_back(work);
+    for (int round = 0; next < requests; ++round) {
+      machine::AppendFile("/var/log/messages", MakeLog(1, "messages"));
+      if (round % 20 == 0) {  // rotated: written aside and put in place
+        machine::WriteFile("/var/log/messages.new", MakeLog(20, "messages"));
+        std::rename("/var/log/messages.new", "/var/log/messages");
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    for (std::thread& thread : threads) thread.join();
+    TakeLines();
+    TakeCalls();
+  };
+  run();
+  const size_t before = BytesInUse();
+  const std::set<int> descriptors = machine::OpenDescriptors();
+  run();
+  EXPECT_LE(BytesInUse(), before + kTolerance);
+  EXPECT_EQ(machine::OpenDescriptors(), descriptors);
+  std::printf("%d requests, %zu bytes in use before and %zu behind\n", requests * 2, before, BytesInUse());
+}
+
+TEST_F(SoakTest, LoadsAndUnloads) {
+  const int cycles = LengthOf("KESTRUNE_SOAK_CYCLES", 20);
+  const auto run = [&](int times) {
+    for (int i = 0; i < times; ++i) {
+      Start();
+      EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 20).count, 20U);
+      EXPECT_EQ(Fetch(Load(), Group(LOG_SEL), 5).count, 5U);
+      Unload();
+      TakeLines();
+      TakeCalls();
+    }
+  };
+  run(3);
+  const size_t before = BytesInUse();
+  const std::set<int> descriptors = machine::OpenDescriptors();
+  run(cycles);
+  EXPECT_LE(BytesInUse(), before + kTolerance);
+  EXPECT_EQ(machine::OpenDescriptors(), descriptors);
+  std::printf("%d cycles, %zu bytes in use before and %zu behind\n", cycles, before, BytesInUse());
+}
+
+}  // namespace

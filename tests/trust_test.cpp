@@ -1,0 +1,251 @@
+/// What goes wrong around the module while it answers: memory that is refused, descriptors that run out, names that are
+/// taken. Each time the answer is an allowed one, the next request is right, and nothing is left behind.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <link.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string_view>
+
+#include "tests/support/model.h"
+#include "tests/support/sel.h"
+
+namespace {
+
+/// Where the loaded module's code lies; what is allocated from there is the module's.
+std::atomic<uintptr_t> g_code_begin{0}, g_code_end{0};
+/// How many allocations of the module still succeed before one is refused; negative: all of them.
+std::atomic<int> g_until_refusal{-1};
+std::atomic<bool> g_refused{false};
+
+bool IsRefused(const void* caller) {
+  const auto address = reinterpret_cast<uintptr_t>(caller);
+  if (address < g_code_begin || address >= g_code_end || g_until_refusal < 0) return false;
+  if (g_until_refusal-- > 0) return false;
+  g_refused = true;
+  return true;
+}
+
+int NoteCode(dl_phdr_info* info, size_t, void*) {
+  if (std::string_view(info->dlpi_name).find("libkestrune.so") == std::string_view::npos) return 0;
+  for (int i = 0; i < info->dlpi_phnum; ++i) {
+    const ElfW(Phdr)& part = info->dlpi_phdr[i];
+    if (part.p_type != PT_LOAD || (part.p_flags & PF_X) == 0) continue;
+    g_code_begin = info->dlpi_addr + part.p_vaddr;
+    g_code_end = g_code_begin + part.p_memsz;
+  }
+  return 1;
+}
+
+/// Has the module's allocation number `number` (from 0) refused while it lives.
+class RefuseOne {
+ public:
+  explicit RefuseOne(int number) {
+    dl_iterate_phdr(NoteCode, nullptr);
+    g_refused = false;
+    g_until_refusal = number;
+  }
+  ~RefuseOne() { g_until_refusal = -1; }
+  RefuseOne(const RefuseOne&) = delete;
+  RefuseOne& operator=(const RefuseOne&) = delete;
+  static bool Refused() { return g_refused; }
+};
+
+}  // namespace
+
+void* operator new(size_t size) {
+  void* memory = IsRefused(__builtin_return_address(0)) ? nullptr : std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void* operator new[](size_t size) {
+  void* memory = IsRefused(__builtin_return_address(0)) ? nullptr : std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  return IsRefused(__builtin_return_address(0)) ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept {
+  return IsRefused(__builtin_return_address(0)) ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
+
+namespace {
+
+/// A machine with every log, and every kind of request that reads one.
+class TrustTest : public SELTest {
+ protected:
+  TrustTest() {
+    for (const char* name : {"cron", "messages", "secure", "agent.log"}) {
+      machine::WriteFile(std::string("/var/log/") + name, MakeLog(3));
+    }
+    machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xy")));
+    Host().sel = MakeSEL({MakeRecord(1, 1, 0x40, 0, 0, 0x1A), MakeRecord(1, 1, 0x40, 0, 0, 0x1A)});
+  }
+
+  static std::vector<ItemRequest> Requests() {
+    std::vector<ItemRequest> requests{{SP_PROPERTY, Type(CONFIG_TYPE_LOG, 0), 5, true}};
+    for (const uint32_t id : {LOG_APPLICATION, LOG_MESSAGES, LOG_SEL}) {
+      requests.push_back({SP_CONFIGITEM, Group(id), 0, false});
+      requests.push_back({SP_CONFIGITEM, Group(id), 5, true});
+      requests.push_back({SP_CONFIGITEMEX, Group(id), 5, true, 1, 2});
+    }
+    return requests;
+  }
+
+  /// Has the module forget what it keeps from one request to the next.
+  void Forget() {
+    Host().sel.swap(spare_);
+    Query(Load(), Group(LOG_SEL));
+    Host().sel.swap(spare_);
+    Query(Load(), Group(LOG_SECURE));
+  }
+
+ private:
+  std::vector<ScriptedEntry> spare_;
+};
+
+/// `reply` is that of a request during which one allocation was refused: a failure, an empty log, or the right reply
+/// but for one string that says so.
+void ExpectAllowed(const Reply& reply, const Reply& right) {
+  if (reply.result == 0 || reply.count == 0) {
+    EXPECT_EQ(reply.rows.size(), 0U);
+    return;
+  }
+  EXPECT_EQ(reply.Head(), right.Head());
+  ASSERT_EQ(reply.rows.size(), right.rows.size());
+  int missing = 0;
+  for (size_t i = 0; i < right.rows.size(); ++i) {
+    for (size_t k = 0; k < right.rows[i].values.size(); ++k) {
+      if (reply.rows[i].values[k] == right.rows[i].values[k]) continue;
+      EXPECT_EQ(reply.rows[i].values[k], "(type 10)");
+      ++missing;
+    }
+  }
+  EXPECT_EQ(missing, right.rows.empty() ? 0 : 1);
+}
+
+TEST_F(TrustTest, EachAllocationIsRefusedInTurn) {
+  Start();
+  for (const ItemRequest& request : Requests()) {
+    Forget();
+    const Reply right = Send(Load(), request);
+    ASSERT_EQ(right.result, 1);
+    ASSERT_NE(right.count, 0U);
+    int number = 0;
+    for (bool refused = true; refused; ++number) {
+      ASSERT_LT(number, 1000);
+      SCOPED_TRACE(std::string(request.name) + " allocation " + std::to_string(number));
+      Forget();
+      Reply reply;
+      {
+        const RefuseOne one(number);
+        reply = Send(Load(), request);
+        refused = RefuseOne::Refused();
+      }
+      if (refused) ExpectAllowed(reply, right);
+      EXPECT_EQ(Send(Load(), request).rows, right.rows) << "the request behind it";
+      EXPECT_EQ(NewInTmp(), std::set<std::string>{"._kestrune_cache"});
+    }
+    EXPECT_TRUE(!request.array || number > 5) << "nothing was refused";
+  }
+}
+
+TEST_F(TrustTest, AStartWithoutMemoryLeavesTheLogOut) {
+  int refusals = 0;
+  for (bool refused = true; refused; ++refusals) {
+    int32_t started = 0;
+    {
+      const HostModule& module = Load();
+      const RefuseOne one(refusals);
+      started = module.SPInitialize(nullptr, nullptr);
+      refused = RefuseOne::Refused();
+    }
+    const Lines calls = TakeCalls();
+    if (refused && started == 1) {
+      EXPECT_EQ(*Load().selEnable, 0U);
+      EXPECT_EQ(calls.back(), "gmUninitialize");
+    }
+    EXPECT_EQ(Load().SPInitialize(nullptr, nullptr), 1) << "the start behind it";
+    EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 3).count, 3U);
+    Unload();
+    TakeCalls();
+  }
+  EXPECT_GE(refusals, 3);
+}
+
+TEST_F(TrustTest, DescriptorsRunOut) {
+  Start();
+  for (const ItemRequest& request : Requests()) {
+    const Reply right = Send(Load(), request);
+    for (int spare = 0; spare < 6; ++spare) {
+      Forget();
+      const int next = open("/dev/null", O_RDONLY);
+      close(next);
+      rlimit before{};
+      getrlimit(RLIMIT_NOFILE, &before);
+      const rlimit few{static_cast<rlim_t>(next + spare), before.rlim_max};
+      setrlimit(RLIMIT_NOFILE, &few);
+      const Reply reply = Send(Load(), request);
+      setrlimit(RLIMIT_NOFILE, &before);
+      EXPECT_TRUE(reply.result == 1 || reply.count == request.count);
+      Forget();
+      EXPECT_EQ(Send(Load(), request).rows, right.rows) << request.name << " with " << spare << " before";
+    }
+  }
+}
+
+TEST_F(TrustTest, AnOddHostEnvironment) {
+  Start();
+  const Rows right = Fetch(Load(), Group(LOG_MESSAGES), 3).rows;
+  const struct {
+    const char* path;
+    bool works;
+  } kPaths[] = {{"/nowhere", false}, {"", false}, {"relative:/usr/bin:/bin", true}, {"/usr/bin/", true}};
+  for (const auto& [path, works] : kPaths) {
+    SCOPED_TRACE(path);
+    Forget();
+    Reply reply;
+    {
+      const machine::ScopedVariable variable("PATH", path);
+      reply = Fetch(Load(), Group(LOG_MESSAGES), 3);
+    }
+    EXPECT_EQ(reply.result, 1);
+    EXPECT_EQ(reply.rows, works ? right : Rows());
+  }
+  Forget();
+  signal(SIGCHLD, SIG_IGN);
+  const Reply reply = Fetch(Load(), Group(LOG_MESSAGES), 3);
+  signal(SIGCHLD, SIG_DFL);
+  EXPECT_EQ(reply.rows, right);
+  EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+}
+
+/// Somebody who knows the name of the next copy plants a FIFO there once the name has been looked at.
+TEST_F(TrustTest, NobodyWaitsAtAPlantedFIFO) {
+  machine::Remove(kLogFile);
+  Start();
+  const std::string copy = SeedCopy();
+  Host().on_call = [&copy](const std::string& call) {
+    if (call == "gmSELEnumEntry") mkfifo(copy.c_str(), 0666);
+  };
+  alarm(60);
+  const Reply reply = Fetch(Load(), Group(LOG_SEL), 9);
+  alarm(0);
+  Host().on_call = nullptr;
+  EXPECT_EQ(reply.count, 2U);
+  machine::Remove(copy);
+}
+
+}  // namespace
