@@ -115,7 +115,7 @@ void ExpectRange(const HostModule& module, const std::string& controller, const 
   Lines messages = file.empty() ? NoFile() : Lines();
   if (begin > end) messages.push_back("2048 Dbg (SELLogFilter): The log range is wrong!\n");
   if (begin <= end && first > last) messages.push_back("2048 Dbg (SELLogFilter): Out of SEL log range!\n");
-  for (const uint32_t capacity : {0, 6}) {
+  for (const uint32_t capacity : {0U, 6U}) {
     SeedCopy();
     const Reply reply = Send(module, {SP_CONFIGITEMEX, Group(LOG_SEL), capacity, capacity != 0, begin, end});
     EXPECT_EQ(reply.result, 1);

@@ -110,7 +110,7 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
       {"Lost", "", "", "empty"},
       {"Endless", "Endless", "Endless", "full"},
   };
-  for (const size_t size : {1, 64, 65, 66, 158, 159, 160, 254, 255, 256, 300}) {
+  for (const size_t size : {1U, 64U, 65U, 66U, 158U, 159U, 160U, 254U, 255U, 256U, 300U}) {
     cases.push_back({std::string(size, 'n'), std::string(std::min<size_t>(size, 65), 'n'), std::string(size, 'n')});
   }
   for (const Case& c : cases) {

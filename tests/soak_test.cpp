@@ -68,7 +68,7 @@ void Ask(const HostModule& module, int round) {
 }
 
 TEST_F(SoakTest, RequestsOfManyThreads) {
-  const int requests = LengthOf("KESTRUNE_SOAK_REQUESTS", 400);
+  const int requests = LengthOf("KESTRUNE_SOAK_REQUESTS", 120);
   const HostModule& module = Start();
   std::atomic<int> next{0};
   // The controller's log changes between two looks of the module, on the module's own call and so under its lock.
@@ -110,7 +110,7 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
 }
 
 TEST_F(SoakTest, LoadsAndUnloads) {
-  const int cycles = LengthOf("KESTRUNE_SOAK_CYCLES", 20);
+  const int cycles = LengthOf("KESTRUNE_SOAK_CYCLES", 8);
   const auto run = [&](int times) {
     for (int i = 0; i < times; ++i) {
       Start();

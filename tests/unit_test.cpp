@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
 
 #include "frame/dispatch.h"
 #include "sel/sensorid.h"
@@ -230,15 +232,16 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
     const char* omitted;  // null: there is no library
     const char* fault;
     std::string begins, holds;  // the report, with what the loader says in between
-  } cases[] = {{nullptr, nullptr, kLibrary, "No such file"},
-               {"MgrInit", nullptr, kLibrary, "MgrInit\n"},
-               {"", "init", start + "Err (InitResMgr): Failed to initialize ResMgr!\n", ""},
-               {"GetStringA", nullptr, end + kLibrary, "GetStringA\n"},
-               {"GetStringW", nullptr, end + kLibrary, "GetStringW\n"},
-               {"MgrUninit", nullptr, end + kLibrary, "MgrUninit\n"}};
+    const char* state;          // the library's last
+  } cases[] = {{nullptr, nullptr, kLibrary, "No such file", ""},
+               {"MgrInit", nullptr, kLibrary, "MgrInit\n", ""},
+               {"", "init", start + "Err (InitResMgr): Failed to initialize ResMgr!\n", "", ""},
+               {"GetStringA", nullptr, end + kLibrary, "GetStringA\n", "down"},
+               {"GetStringW", nullptr, end + kLibrary, "GetStringW\n", "down"},
+               {"MgrUninit", nullptr, end + kLibrary, "MgrUninit\n", "up"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.holds);
-    const machine::ScopedVariable variable("RESMGR_FAULT", c.fault);
+    const machine::ScopedVariable fault("RESMGR_FAULT", c.fault), state("RESMGR_STATE", "");
     if (c.omitted != nullptr) machine::InstallResourceManager(c.omitted);
     const bool starts = c.holds == "MgrUninit\n";
     testing::internal::CaptureStderr();
@@ -248,6 +251,7 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
     EXPECT_EQ(report.substr(0, c.begins.size()), c.begins);
     EXPECT_NE(report.find(c.holds), std::string::npos) << report;
     EXPECT_EQ(report.back(), '\n');
+    EXPECT_STREQ(std::getenv("RESMGR_STATE"), c.state);
     if (starts) {  // and stays
       EXPECT_TRUE(g_lpfnGetString != nullptr && g_lpfnGetStringW != nullptr);
       EXPECT_EQ(dlclose(g_hRscDll), 0);

@@ -4,6 +4,7 @@
 ///   RESMGR_FAULT  "init": it does not start; "size", "text": that step of a string request fails; "empty": it reports
 ///   a
 ///                 size of 0; "full": it fills the whole size without a NUL
+///   RESMGR_STATE  if set, it is set to "up" by a start and to "down" by a stop
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -20,8 +21,16 @@ static bool HasFault(std::string_view wanted) {
   return fault != nullptr && wanted == fault;
 }
 
+[[maybe_unused]] static void SetState(const char* state) {
+  if (std::getenv("RESMGR_STATE") != nullptr) setenv("RESMGR_STATE", state, 1);
+}
+
 #ifndef OMIT_MgrInit
-EXPORTED int MgrInit() { return HasFault("init") ? 0 : 1; }
+EXPORTED int MgrInit() {
+  if (HasFault("init")) return 0;
+  SetState("up");
+  return 1;
+}
 #endif
 
 #ifndef OMIT_GetStringA
@@ -50,5 +59,5 @@ EXPORTED void GetStringW() { std::abort(); }
 #endif
 
 #ifndef OMIT_MgrUninit
-EXPORTED void MgrUninit() {}
+EXPORTED void MgrUninit() { SetState("down"); }
 #endif
