@@ -6,7 +6,9 @@
 #include <charconv>
 #include <climits>
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "standin/failure.h"
@@ -14,9 +16,16 @@
 namespace standin {
 namespace {
 
+/// The module of the environment, else that which was installed or built with this program: both stand in a known place
+/// beside its folder, wherever that is.
 std::string DefaultModule() {
   const char* path = std::getenv("KESTRUNE_MODULE");
-  return path != nullptr && *path != '\0' ? path : KESTRUNE_DEFAULT_MODULE;
+  if (path != nullptr && *path != '\0') return path;
+  std::error_code error;
+  const std::filesystem::path above =
+      std::filesystem::read_symlink("/proc/self/exe", error).parent_path().parent_path();
+  const std::filesystem::path installed = above / KESTRUNE_INSTALLED_MODULE;
+  return std::filesystem::exists(installed, error) ? installed : above / KESTRUNE_BUILT_MODULE;
 }
 
 /// A whole number: decimal, or hexadecimal after 0x.
@@ -72,7 +81,8 @@ struct Texts {
 
 void AddGlobalOptions(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "kestrune-host " KESTRUNE_VERSION);
-  app.add_option("--module", options.module, "Module to load (else $KESTRUNE_MODULE, else the built one)")
+  app.add_option("--module", options.module,
+                 "Module to load (else $KESTRUNE_MODULE, else the one that came with this program)")
       ->type_name("PATH");
   app.add_option("--dist", options.distribution,
                  "Distribution code told to the module (103 and 106 differ from others)")
