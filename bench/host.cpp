@@ -1,69 +1,64 @@
-#include "bench/host.h"
+/// host.cpp: the functions of the host, which answer at once and from memory: what is measured is not theirs.
+#include "platform/host.h"
 
-#include <array>
-#include <cstdio>
 #include <cstring>
 #include <string>
 #include <utility>
 
 #include "bench/material.h"
-#include "platform/host.h"
 
 namespace {
 
 std::vector<SELRecord> event_log;
 
-/// The table from sensor numbers to the host's IDs.
-std::string SensorTable() {
-  std::string text;
-  for (uint32_t number = 1; number <= bench::kSensorCount; ++number) {
-    std::array<char, 24> pair{};
-    snprintf(pair.data(), pair.size(), "%X;%X;", number, bench::kHostSensorBase + number);
-    text += pair.data();
-  }
-  return text;
-}
-
 }  // namespace
 
 void bench::SetEventLog(std::vector<SELRecord> records) { event_log = std::move(records); }
 
-#define EXPORTED extern "C" __attribute__((visibility("default")))
+#pragma GCC visibility push(default)
+extern "C" {
 
-EXPORTED void Output(int, const char*, ...) {}
-EXPORTED int GeneralOSSupportChecking(void) { return 1; }
-EXPORTED int GetOSDist(void) { return 0; }
-EXPORTED int gmInitialize(void) { return 1; }
-EXPORTED int gmUninitialize(void) { return 1; }
-EXPORTED int gmEnterMutex(uint32_t) { return 1; }
-EXPORTED int gmExitMutex(void) { return 1; }
+void Output(int, const char*, ...) {}
+int GeneralOSSupportChecking() { return 1; }
+int GetOSDist() { return 0; }
+int gmInitialize() { return 1; }
+int gmUninitialize() { return 1; }
+int gmEnterMutex(uint32_t) { return 1; }
+int gmExitMutex() { return 1; }
 
-EXPORTED int gmGetIPMIInfo(tagIPMI_INFO* info) {
+int gmGetIPMIInfo(tagIPMI_INFO* info) {
   *info = {};
   return 1;
 }
 
-EXPORTED int gmGetProperty(const char*, uint32_t* size, char* buffer) {
-  const std::string text = SensorTable();
-  *size = static_cast<uint32_t>(text.size() + 1);
-  if (buffer != nullptr) memcpy(buffer, text.c_str(), *size);
+int gmGetProperty(const char*, uint32_t* size, char* buffer) {
+  std::string table;
+  for (uint32_t number = 1; number <= bench::kSensors; ++number) {
+    std::array<char, 24> pair{};
+    snprintf(pair.data(), pair.size(), "%X;%X;", number, bench::kHostSensorBase + number);
+    table += pair.data();
+  }
+  *size = static_cast<uint32_t>(table.size() + 1);
+  if (buffer != nullptr) memcpy(buffer, table.c_str(), *size);
   return 1;
 }
 
-EXPORTED int gmSELEnumEntry(uint32_t* count) {
+int gmSELEnumEntry(uint32_t* count) {
   *count = static_cast<uint32_t>(event_log.size());
   return 1;
 }
 
-EXPORTED int gmGetIPMIEntry(tagSEL_DATA* entry) {
+int gmGetIPMIEntry(tagSEL_DATA* entry) {
   const size_t id = entry->wRecordID == 0 ? 1 : entry->wRecordID;
-  if (id > event_log.size()) return 0;
-  *entry = {static_cast<uint16_t>(id), id == event_log.size() ? SEL_LAST_ENTRY : static_cast<uint16_t>(id + 1),
-            event_log[id - 1]};
+  const size_t next = id == event_log.size() ? SEL_LAST_ENTRY : id + 1;
+  *entry = {static_cast<uint16_t>(id), static_cast<uint16_t>(next), event_log.at(id - 1)};
   return 1;
 }
 
-EXPORTED int gmExecSensorValue(uint32_t, const char*, int, tagVARIANT* in, tagVARIANT* out) {
+int gmExecSensorValue(uint32_t, const char*, int, tagVARIANT* in, tagVARIANT* out) {
   out->value.llVal = in->value.llVal * 12;
   return 1;
 }
+
+}  // extern "C"
+#pragma GCC visibility pop

@@ -1,56 +1,105 @@
 #include "bench/measure.h"
 
+#include <malloc.h>
+#include <sys/resource.h>
+#include <time.h>
+
 #include <algorithm>
-#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+bool counting = false;
+bench::MemoryUse memory_use;
+
+}  // namespace
+
+// The other forms of new and delete end in these. While nothing is counted they cost what the library's own cost.
+
+void* operator new(size_t size) {
+  void* memory = malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  if (counting) {
+    memory_use.held += static_cast<int64_t>(malloc_usable_size(memory));
+    memory_use.peak = std::max(memory_use.peak, memory_use.held);
+  }
+  return memory;
+}
+
+void operator delete(void* memory) noexcept {
+  if (counting) memory_use.held -= static_cast<int64_t>(malloc_usable_size(memory));
+  free(memory);
+}
+
+void operator delete(void* memory, size_t) noexcept { operator delete(memory); }
 
 namespace bench {
 namespace {
 
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+Settings current;
+
+/// Puts the heap in order: pieces freed before would slow down whatever comes next.
+void SettleHeap() {
+  if (current.fresh_memory) malloc_trim(0);
+  void* volatile large = malloc(1 << 20);  // a large request makes the C library merge the pieces
+  free(large);
 }
 
-double Now(clockid_t clock) {
-  timespec time{};
-  clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+double Now() {
+  timespec own{};
+  clock_gettime(current.wall_clock ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &own);
+  rusage children{};
+  if (!current.wall_clock) getrusage(RUSAGE_CHILDREN, &children);
+  return static_cast<double>(own.tv_sec + children.ru_utime.tv_sec + children.ru_stime.tv_sec) +
+         static_cast<double>(own.tv_nsec) / 1e9 +
+         static_cast<double>(children.ru_utime.tv_usec + children.ru_stime.tv_usec) / 1e6;
 }
 
 }  // namespace
 
-double Seconds(const Work& work, clockid_t clock) {
+void Configure(const Settings& settings) {
+  current = settings;
+  if (settings.fresh_memory) return;
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
+  mallopt(M_MMAP_MAX, 0);
+}
+
+double Seconds(const Work& work) {
   if (work.prepare) work.prepare();
-  const double start = Now(clock);
+  SettleHeap();
+  const double start = Now();
   work.run();
-  const double time = Now(clock) - start;
+  const double time = Now() - start;
   if (work.finish) work.finish();
   return time;
 }
 
-double PairedRatio(const Work& work, const Work& reference) {
-  Seconds(work);  // both once to warm up
-  Seconds(reference);
-  std::vector<double> ratios;
-  for (int i = 0; i < kRounds; ++i) {
-    const bool work_first = i % 2 == 0;
-    const double first = Seconds(work_first ? work : reference);
-    const double second = Seconds(work_first ? reference : work);
-    ratios.push_back(work_first ? first / second : second / first);
-  }
+double Median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+double Pair::Ratio() {
+  work_first_ = !work_first_;
+  const double first = Seconds(work_first_ ? work_ : reference_);
+  const double second = Seconds(work_first_ ? reference_ : work_);
+  return work_first_ ? first / second : second / first;
+}
+
+double Pair::MedianRatio() {
+  Ratio();  // warms up
+  std::vector<double> ratios(kRounds);
+  for (double& ratio : ratios) ratio = Ratio();
   return Median(ratios);
 }
 
-std::vector<double> TimesInTurn(const std::vector<Work>& works) {
-  std::vector<std::vector<double>> times(works.size());
-  for (const Work& work : works) Seconds(work);
-  for (int i = 0; i < kRounds; ++i) {
-    for (size_t j = 0; j < works.size(); ++j) times[j].push_back(Seconds(works[j]));
-  }
-  std::vector<double> medians;
-  for (const auto& each : times) medians.push_back(Median(each));
-  return medians;
+MemoryUse CountMemory(const std::function<void()>& run) {
+  memory_use = {};
+  counting = true;
+  run();
+  counting = false;
+  return memory_use;
 }
 
 }  // namespace bench

@@ -1,9 +1,8 @@
-/// measure.h: how things are timed. Only ratios of times within one run mean anything.
+/// measure.h: how time and memory are measured. Only ratios within one run mean anything.
 #ifndef KESTRUNE_BENCH_MEASURE_H_
 #define KESTRUNE_BENCH_MEASURE_H_
 
-#include <time.h>
-
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -12,22 +11,44 @@ namespace bench {
 /// How often each thing is timed; the median counts.
 inline constexpr int kRounds = 11;
 
+struct Settings {
+  /// Time on the clock instead of CPU time. CPU time is that of this process and of the commands it has waited for;
+  /// what other processes do meanwhile does not count.
+  bool wall_clock = false;
+  /// Memory comes from the kernel, page by page, the C library having given back all that was free. Otherwise the heap
+  /// has kept what is needed from earlier times.
+  bool fresh_memory = false;
+};
+void Configure(const Settings& settings);
+
 /// Something to be timed: `run` alone is. The others may be empty.
 struct Work {
   std::function<void()> prepare;
   std::function<void()> run;
   std::function<void()> finish;
 };
+double Seconds(const Work& work);
+double Median(std::vector<double> values);
 
-/// CPU time serves for what the thread does alone: another process that gets in between does not count.
-double Seconds(const Work& work, clockid_t clock = CLOCK_MONOTONIC);
+/// Does both, one after the other, and tells the work's time over the reference's.
+class Pair {
+ public:
+  Pair(Work work, Work reference) : work_(std::move(work)), reference_(std::move(reference)) {}
+  double Ratio();
+  double MedianRatio();
 
-/// The median of the work's time over the reference's in kRounds pairs, which begin by turns with the one and the
-/// other.
-double PairedRatio(const Work& work, const Work& reference);
+ private:
+  Work work_;
+  Work reference_;
+  bool work_first_ = false;  ///< they begin by turns
+};
 
-/// The median time of each work, all of them done in turn kRounds times.
-std::vector<double> TimesInTurn(const std::vector<Work>& works);
+/// Counts the bytes that the process, the module included, gets from operator new while `run` runs.
+struct MemoryUse {
+  int64_t peak;
+  int64_t held;  ///< at the end
+};
+MemoryUse CountMemory(const std::function<void()>& run);
 
 }  // namespace bench
 

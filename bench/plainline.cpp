@@ -1,15 +1,16 @@
-#include "bench/plainline.h"
-
+/// plainline.cpp: the plain way from a SEL record to its text line, which the module's is measured against: a walk
+/// through the tables from their first rows, and the C library for the rest.
 #include <string.h>
 #include <time.h>
 
 #include <cstdio>
+#include <cstdlib>
 
+#include "bench/routines.h"
 #include "sel/sensorid.h"
 #include "translate/resmgr.h"
 #include "translate/tables.h"
 
-namespace bench {
 namespace {
 
 uint32_t HostSensor(const SELRecord& record) {
@@ -20,97 +21,67 @@ uint32_t HostSensor(const SELRecord& record) {
 }
 
 void CopyName(const SELRecord& record, char* name, size_t size) {
-  tagGS_PARAM param{GS_TYPE_SENSOR_NAME, HostSensor(record), 0, 0};
-  uint32_t needed = 0;
-  g_lpfnGetString(0x0409, &param, nullptr, &needed);
-  char* text = new char[needed];
-  g_lpfnGetString(0x0409, &param, text, &needed);
+  char* text = nullptr;
+  GetStringA({GS_TYPE_SENSOR_NAME, HostSensor(record), 0, 0}, &text);
   strncpy(name, text, size);
   delete[] text;
 }
 
-uint32_t ConvertedReading(const SELRecord& record) {
-  tagVARIANT in{};
-  tagVARIANT out{};
-  in.vt = out.vt = VT_I2;
-  in.value.ullVal = record[14];
+uint64_t Reading(const SELRecord& record) {
+  tagVARIANT in{VT_I2, {}, {record[14]}, {}};
+  tagVARIANT out{VT_I2, {}, {}, {}};
   gmEnterMutex(0xFFFFFFFF);
   gmExecSensorValue(HostSensor(record), "TRANS", 1, &in, &out);
   gmExitMutex();
-  return static_cast<uint32_t>(out.value.ullVal);
+  return out.value.ullVal;
 }
 
-void ExpandToken(const SELRecord& record, const char* token, char* value, size_t size) {
-  if (strcmp(token, "di") == 0) CopyName(record, value, size);
-  if (strcmp(token, "trf") == 0) snprintf(value, size, "%ld", static_cast<long>(ConvertedReading(record)));
-  if (strcmp(token, "1") == 0) snprintf(value, size, "%d", record[13]);
-  if (strcmp(token, "2") == 0) snprintf(value, size, "%d", record[14]);
-  if (strcmp(token, "3") == 0) snprintf(value, size, "%d", record[15]);
-}
-
-void Expand(const SELRecord& record, const char* text, char* expansion) {
-  char token[5] = {};
-  size_t token_length = 0;
-  bool inside = false;
-  const size_t length = strlen(text);
-  for (size_t i = 0; i < length; ++i) {
-    if (text[i] != '|') {
-      if (inside) {
-        token[token_length++] = text[i];
-      } else {
-        *expansion++ = text[i];
-      }
-      continue;
-    }
-    if (inside) {
-      char value[256] = {};
-      token[token_length] = '\0';
-      token_length = 0;
-      ExpandToken(record, token, value, sizeof(value));
-      strcpy(expansion, value);
-      expansion += strlen(value);
-    }
-    inside = !inside;
-  }
-}
-
-void Describe(const SELRecord& record, char* description, size_t size) {
+const char* FindText(const SELRecord& record) {
   for (uint64_t i = 0; i < g_ulSELOffsetDescCount; ++i) {
     const tagSEL_OFFSET_DESC& row = g_aSELOffsetDesc[i];
-    if (row.bySensorType == record[10] && row.byOffset == (record[13] & 0x0F)) {
-      strncpy(description, row.szText, size);
-      return;
-    }
+    if (row.bySensorType == record[10] && row.byOffset == (record[13] & 0x0F)) return row.szText;
   }
   for (uint64_t i = 0; i < g_ulSELEventDescCount; ++i) {
     const tagSEL_EVENT_DESC& row = g_aSELEventDesc[i];
     if (row.bySensorType == record[10] && row.byEventType == (record[12] & 0x7F) &&
         (record[13] & row.byMask) == row.byValue) {
-      char expansion[160] = {};
-      Expand(record, row.szText, expansion);
-      strncpy(description, expansion, size);
-      return;
+      return row.szText;
     }
   }
-  strncpy(description, "Unspecified event! Hex dump :", size);
-  for (const uint8_t byte : record) {
-    char digits[8];
-    snprintf(digits, sizeof(digits), " %02X", byte);
-    strcat(description, digits);
+  return nullptr;
+}
+
+/// Of the placeholders, those that the events of the benchmarks need.
+void Describe(const SELRecord& record, char* description, size_t size) {
+  size_t used = 0;
+  for (const char* text = FindText(record); text != nullptr && *text != '\0';) {
+    if (*text != '|') {
+      description[used++] = *text++;
+      continue;
+    }
+    const char* close = strchr(text + 1, '|');
+    char value[256] = {};
+    if (strncmp(text, "|di|", 4) == 0) CopyName(record, value, sizeof(value));
+    if (strncmp(text, "|trf|", 5) == 0) snprintf(value, sizeof(value), "%lu", Reading(record));
+    if (strncmp(text, "|3|", 3) == 0) snprintf(value, sizeof(value), "%d", record[15]);
+    used += static_cast<size_t>(snprintf(description + used, size - used, "%s", value));
+    text = close + 1;
   }
+  if (used > 0) return;
+  used = static_cast<size_t>(snprintf(description, size, "Unspecified event! Hex dump :"));
+  for (const uint8_t byte : record)
+    used += static_cast<size_t>(snprintf(description + used, size - used, " %02X", byte));
 }
 
 }  // namespace
 
-void FormatPlainLine(const SELRecord& record, char* line) {
+void bench::FormatPlainLine(const SELRecord* record, char* line) {
   uint32_t seconds = 0;
-  memcpy(&seconds, &record[3], sizeof(seconds));
+  memcpy(&seconds, &(*record)[3], sizeof(seconds));
   const time_t time = seconds;
   char name[80] = {};
   char description[256] = {};
-  CopyName(record, name, 65);
-  Describe(record, description, sizeof(description) - 1);
+  CopyName(*record, name, 65);
+  Describe(*record, description, sizeof(description));
   snprintf(line, 254, "%.15s|%s|%s\n", asctime(gmtime(&time)) + 4, name, description);
 }
-
-}  // namespace bench

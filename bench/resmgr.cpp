@@ -1,7 +1,6 @@
 /// resmgr.cpp: the resource-manager library of the benchmarks: a name for each sensor, at hand from the start.
 #include "translate/resmgr.h"
 
-#include <array>
 #include <cstdio>
 #include <cstring>
 
@@ -9,34 +8,30 @@
 
 namespace {
 
-struct Name {
-  std::array<char, 24> text;
-  uint32_t size;  ///< with its NUL
-};
-std::array<Name, bench::kSensorCount> names;
+std::array<std::array<char, 24>, bench::kSensors + 1> names;
 
 }  // namespace
 
-#define EXPORTED extern "C" __attribute__((visibility("default")))
+#pragma GCC visibility push(default)
+extern "C" {
 
-EXPORTED int MgrInit() {
-  constexpr std::array kKinds = {"CPU%zu Temp", "DIMM %zu Temp", "Fan %zuA",
-                                 "PSU%zu AC",   "P3V3 Rail %zu", "Drive Bay %zu"};
+int MgrInit() {
+  constexpr std::array kKinds = {"CPU%zu Temp", "DIMM %zu Temp", "Fan %zuA", "P3V3 Rail %zu", "Drive Bay %zu"};
   for (size_t i = 0; i < names.size(); ++i) {
-    const int length =
-        snprintf(names[i].text.data(), names[i].text.size(), kKinds.at(i % kKinds.size()), i / kKinds.size() + 1);
-    names[i].size = static_cast<uint32_t>(length) + 1;
+    snprintf(names[i].data(), names[i].size(), kKinds.at(i % kKinds.size()), i / kKinds.size() + 1);
   }
   return 1;
 }
 
-EXPORTED int GetStringA(uint16_t, const tagGS_PARAM* param, char* buffer, uint32_t* size) {
-  const uint32_t index = param->dwObjectID - bench::kHostSensorBase - 1;
-  if (index >= names.size()) return 0;
-  *size = names[index].size;
-  if (buffer != nullptr) memcpy(buffer, names[index].text.data(), *size);
+int GetStringA(uint16_t, const tagGS_PARAM* param, char* buffer, uint32_t* size) {
+  const char* name = names[param->dwObjectID - bench::kHostSensorBase].data();
+  *size = static_cast<uint32_t>(strlen(name) + 1);
+  if (buffer != nullptr) memcpy(buffer, name, *size);
   return 1;
 }
 
-EXPORTED void GetStringW() {}
-EXPORTED void MgrUninit() {}
+void GetStringW() {}
+void MgrUninit() {}
+
+}  // extern "C"
+#pragma GCC visibility pop

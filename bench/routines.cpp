@@ -4,17 +4,12 @@
 
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <map>
 #include <memory>
 #include <stdexcept>
-#include <string>
 
-#include "bench/floor.h"
-#include "bench/host.h"
 #include "bench/material.h"
 #include "bench/measure.h"
-#include "bench/plainline.h"
 #include "hostdata/fillitem.h"
 #include "sel/selfilter.h"
 #include "sel/selstore.h"
@@ -22,134 +17,107 @@
 namespace bench {
 namespace {
 
-/// Keeps the median of each benchmark; shows what it is told if it is to.
-class Medians : public benchmark::ConsoleReporter {
+/// Keeps the median ratio of each benchmark.
+class Ratios : public benchmark::BenchmarkReporter {
  public:
-  explicit Medians(bool verbose) : ConsoleReporter(OO_Tabular), verbose_(verbose) {
-    SetOutputStream(&std::cerr);
-    SetErrorStream(&std::cerr);
-  }
-
-  bool ReportContext(const Context& context) override { return !verbose_ || ConsoleReporter::ReportContext(context); }
-
+  bool ReportContext(const Context&) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
-      if (run.aggregate_name == "median") medians_[run.run_name.function_name] = run.GetAdjustedRealTime();
+      if (run.aggregate_name == "median") ratios_[run.run_name.function_name] = run.counters.at("ratio");
     }
-    if (verbose_) ConsoleReporter::ReportRuns(runs);
   }
-
-  /// The times of the benchmarks `name` and `name` with " reference".
-  Times Of(const std::string& name) const { return {medians_.at(name), medians_.at(name + " reference")}; }
+  double Of(const std::string& name) const { return ratios_.at(name); }
 
  private:
-  bool verbose_;
-  std::map<std::string, double> medians_;
+  std::map<std::string, double> ratios_;
 };
 
-void Register(const std::string& name, const Work& work) {
-  benchmark::RegisterBenchmark(name.c_str(),
-                               [work](benchmark::State& state) {
-                                 for ([[maybe_unused]] auto _ : state)
-                                   state.SetIterationTime(Seconds(work, CLOCK_THREAD_CPUTIME_ID));
-                               })
-      ->UseManualTime()
-      ->MinTime(0.05)
-      ->Repetitions(kRounds)
-      ->ReportAggregatesOnly()
-      ->Unit(benchmark::kMicrosecond);
+void Register(const std::string& name, Pair pair) {
+  const auto measure = [=](benchmark::State& state) mutable {
+    std::vector<double> ratios;
+    for ([[maybe_unused]] auto _ : state) ratios.push_back(pair.Ratio());
+    state.counters["ratio"] = Median(ratios);
+  };
+  benchmark::RegisterBenchmark(name.c_str(), measure)->MinTime(0.05)->Repetitions(kRounds)->ReportAggregatesOnly();
 }
 
-/// `text` is a copy of the text to be cut, made for each time.
-void RegisterFill(const std::string& name, size_t count, std::function<void()> prepare,
-                  const std::function<void(tagCONFIGITEM*)>& fill) {
-  auto items = std::make_shared<HostItems>(count);
-  const Work work{std::move(prepare), [=] { fill(items->Data()); }, [=] { items->Free(); }};
+/// A filler against the floor. It fills `size` items from what `prepare` lays out.
+void RegisterFill(const std::string& name, size_t size, std::function<void()> prepare,
+                  const std::function<void(tagCONFIGITEM*, uint32_t)>& fill) {
+  auto reply = std::make_shared<Reply>(size);
+  const Work work{std::move(prepare), [=] { fill(reply->Items(), static_cast<uint32_t>(size)); },
+                  [=] { reply->Free(); }};
   work.prepare();
   work.run();
-  auto floor = std::make_shared<Floor>(*items);
-  items->Free();
-  Register(name, work);
-  Register(name + " reference", {work.prepare, [=] { floor->Build(*items); }, work.finish});
+  const Floor floor(*reply);
+  reply->Free();
+  Register(name + std::to_string(size), {work, {work.prepare, [=] { floor.Build(*reply); }, work.finish}});
 }
 
-void RegisterLinesToItems(const std::string& name, size_t lines) {
-  const std::string path = "/tmp/bench." + std::to_string(lines);
-  std::ofstream(path) << LogText(lines);
-  RegisterFill(
-      name, lines, [] {},
-      [=](tagCONFIGITEM* items) {
-        FillConfigItem(items, 1, LOG_MESSAGES, static_cast<uint32_t>(lines), path.c_str());
-      });
-}
+using Line = std::array<char, SEL_LINE_SIZE>;
 
-std::string SELText(const std::vector<SELRecord>& records) {
+void RegisterSELToItems(const std::string& name, size_t size) {
   std::string text;
-  for (const SELRecord& record : records) {
-    std::array<char, SEL_LINE_SIZE> line{};
+  for (const SELRecord& record : EventLog(size)) {
+    Line line{};
     FormatSELLine(&record, line.data());
     text.append("0|").append(line.data());
   }
-  return text;
-}
-
-/// The text is cut in place, so that each time needs a copy.
-void RegisterSELToItems(const std::string& name, size_t records) {
-  auto text = std::make_shared<std::string>(SELText(EventLog(records)));
-  auto copy = std::make_shared<std::string>();
+  auto copy = std::make_shared<std::string>();  // the text is cut in place
   RegisterFill(
-      name, records, [=] { *copy = *text; },
-      [=](tagCONFIGITEM* items) { FillConfigItem(items, 1, LOG_SEL, static_cast<uint32_t>(records), copy->data()); });
+      name, size, [=] { *copy = text; },
+      [=](tagCONFIGITEM* items, uint32_t count) { FillConfigItem(items, 1, LOG_SEL, count, copy->data()); });
 }
 
 void RegisterRecordToLine(const std::string& name) {
-  auto records = std::make_shared<std::vector<SELRecord>>(EventLog(kRecords[0]));
-  for (const SELRecord& record : *records) {
-    std::array<char, SEL_LINE_SIZE> line{};
-    std::array<char, SEL_LINE_SIZE> plain{};
-    FormatSELLine(&record, line.data());
-    FormatPlainLine(record, plain.data());
-    if (strcmp(line.data(), plain.data()) != 0)
-      throw std::runtime_error(std::string("two lines for a record: ") + line.data() + plain.data());
-  }
-  const auto each = [records](auto format) {
-    return [=] {
-      std::array<char, SEL_LINE_SIZE> line;
-      for (const SELRecord& record : *records) {
-        format(record, line.data());
-        benchmark::DoNotOptimize(line);
-      }
-    };
+  const std::vector<SELRecord> records = EventLog(kRecords[0]);
+  const auto each = [&](auto format) {
+    return Work{{},
+                [=] {
+                  Line line;
+                  for (const SELRecord& record : records) {
+                    format(&record, line.data());
+                    benchmark::DoNotOptimize(line);
+                  }
+                },
+                {}};
   };
-  Register(name, {{}, each([](const SELRecord& record, char* line) { FormatSELLine(&record, line); }), {}});
-  Register(name + " reference", {{}, each(FormatPlainLine), {}});
+  for (const SELRecord& record : records) {
+    Line line{};
+    Line plain{};
+    FormatSELLine(&record, line.data());
+    FormatPlainLine(&record, plain.data());
+    if (strcmp(line.data(), plain.data()) != 0)
+      throw std::runtime_error(std::string("two lines: ") + line.data() + plain.data());
+  }
+  Register(name, {each(FormatSELLine), each(FormatPlainLine)});
 }
 
 }  // namespace
 
-RoutineTimes MeasureRoutines(bool verbose) {
+RoutineRatios MeasureRoutines() {
   if (InitSELLog() == 0) throw std::runtime_error("no resource manager");
-  const auto lines_name = [](size_t i) { return "lines to items " + std::to_string(kLines.at(i)); };
-  const auto sel_name = [](size_t i) { return "SEL text to items " + std::to_string(kRecords.at(i)); };
-  for (size_t i = 0; i < kLines.size(); ++i) RegisterLinesToItems(lines_name(i), kLines[i]);
-  for (size_t i = 0; i < kRecords.size(); ++i) RegisterSELToItems(sel_name(i), kRecords[i]);
-  RegisterRecordToLine("record to line");
+  for (const size_t size : kLines) {
+    RegisterFill(
+        "lines", size, [=] { std::ofstream("/tmp/lines") << LogText(size); },
+        [](tagCONFIGITEM* items, uint32_t count) { FillConfigItem(items, 1, LOG_MESSAGES, count, "/tmp/lines"); });
+  }
+  for (const size_t size : kRecords) RegisterSELToItems("SEL", size);
+  RegisterRecordToLine("record");
 
-  char program[] = "kestrune-bench";
-  char in_turn[] = "--benchmark_enable_random_interleaving=true";
-  std::array<char*, 2> arguments{program, in_turn};
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
-  Medians medians(verbose);
-  benchmark::RunSpecifiedBenchmarks(&medians);
-  benchmark::Shutdown();
+  int count = 0;
+  benchmark::Initialize(&count, nullptr);
+  Ratios ratios;
+  benchmark::RunSpecifiedBenchmarks(&ratios);
   UninitSELLog();
 
-  RoutineTimes times{};
-  for (size_t i = 0; i < kLines.size(); ++i) times.lines_to_items.at(i) = medians.Of(lines_name(i));
-  for (size_t i = 0; i < kRecords.size(); ++i) times.sel_to_items.at(i) = medians.Of(sel_name(i));
-  times.record_to_line = medians.Of("record to line");
-  return times;
+  RoutineRatios result{};
+  for (size_t i = 0; i < kLines.size(); ++i) {
+    result.lines_to_items.at(i) = ratios.Of("lines" + std::to_string(kLines.at(i)));
+    result.sel_to_items.at(i) = ratios.Of("SEL" + std::to_string(kRecords.at(i)));
+  }
+  result.record_to_line = ratios.Of("record");
+  return result;
 }
 
 }  // namespace bench

@@ -1,28 +1,23 @@
-/// routines.h: the module's routines, called as they are in its own objects and timed by Google Benchmark.
+/// routines.h: the module's routines, as they stand in its objects, timed by Google Benchmark.
 #ifndef KESTRUNE_BENCH_ROUTINES_H_
 #define KESTRUNE_BENCH_ROUTINES_H_
 
 #include <array>
-#include <cstddef>
+
+#include "platform/nubo.h"
 
 namespace bench {
 
-/// Times of the work and of its reference, in one unit.
-struct Times {
-  double work;
-  double reference;
-
-  double Ratio() const { return work / reference; }
+/// Times over those of the reference.
+struct RoutineRatios {
+  std::array<double, 3> lines_to_items;  ///< at the sizes kLines, over the floor
+  std::array<double, 3> sel_to_items;    ///< at the sizes kRecords, over the floor
+  double record_to_line;                 ///< over the plain way
 };
+RoutineRatios MeasureRoutines();
 
-struct RoutineTimes {
-  std::array<Times, 3> lines_to_items;  ///< at the sizes kLines; the reference is the floor
-  std::array<Times, 3> sel_to_items;    ///< at the sizes kRecords; the reference is the floor
-  Times record_to_line;                 ///< the reference is the plain way
-};
-
-/// With `verbose`, Google Benchmark reports on standard error.
-RoutineTimes MeasureRoutines(bool verbose);
+/// The plain way to do what FormatSELLine does, for a record whose sensor the host has a name for.
+void FormatPlainLine(const SELRecord* record, char* line);
 
 }  // namespace bench
 

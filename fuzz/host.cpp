@@ -17,12 +17,6 @@ static int CopyText(const std::string& text, uint32_t* size, char* buffer) {
   return text.empty() ? 0 : 1;
 }
 
-static std::string Format(const char* format, va_list arguments) {
-  std::string text(8192, '\0');
-  vsnprintf(text.data(), text.size(), format, arguments);
-  return text.c_str();
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const char* const locale = setlocale(LC_ALL, "C.UTF-8");
   Require(locale != nullptr, "the machine has the locale C.UTF-8");
@@ -80,17 +74,21 @@ void RequireText(const tagCONFIGENTRY& entry, uint32_t id, const std::string& te
 extern "C" {
 
 void Output(int, const char* format, ...) {
+  char text[8192];
   va_list arguments;
   va_start(arguments, format);
-  Require(!Format(format, arguments).empty(), "a message has a text");
+  Require(vsnprintf(text, sizeof(text), format, arguments) > 0, "a message has a text");
   va_end(arguments);
 }
 
 void syslog(int priority, const char* format, ...) {
+  char text[8192];
+  const int used = snprintf(text, sizeof(text), "%d ", priority);
   va_list arguments;
   va_start(arguments, format);
-  g_host.written.push_back(std::to_string(priority) + " " + Format(format, arguments));
+  vsnprintf(text + used, 8000, format, arguments);
   va_end(arguments);
+  g_host.written.emplace_back(text);
 }
 
 int GeneralOSSupportChecking() { return 1; }

@@ -7,8 +7,8 @@
 #include "fuzz/host.h"
 
 constexpr const char* PREFIXES[] = {"", "WebUI: ", "WebUI(Warning): ", "WebUI(Critical): "};
-constexpr wchar_t CHARACTERS[] = {L'%', L'\u00E9', L'\u20AC', L'\U0001F600', 0xD800, 0x110000};
-constexpr const char* BYTES[] = {"%", "\u00E9", "\u20AC", "\U0001F600", nullptr, nullptr};
+constexpr wchar_t CHARACTERS[] = {L'%', L'\u00E9', L'\u20AC', L'\U0001F600', 0xD800};
+constexpr const char* BYTES[] = {"%", "\u00E9", "\u20AC", "\U0001F600", nullptr};
 
 void Fuzz(FuzzedDataProvider& input) {
   const auto number = [&input](uint32_t most) { return input.ConsumeIntegralInRange<uint32_t>(0, most); };
@@ -27,7 +27,7 @@ void Fuzz(FuzzedDataProvider& input) {
       entry.dwEntryID = 1 + number(3);
       entry.dwAttributes = number(31);
       const bool isWritable = (entry.dwAttributes & (2 | 8)) != 0, isText = number(1) == 1;
-      const uint32_t value = number(300), character = number(5);
+      const uint32_t value = number(300), character = number(4);
       entry.varValue.vt = isText ? VT_BSTR : VT_I4;
       entry.varValue.value.ullVal = value;
       if (isText) entry.varValue.value.bstrVal = SysAllocString(std::wstring(value, CHARACTERS[character]).c_str());

@@ -1,8 +1,10 @@
-/// sellogfile.cpp: a SEL log file of any bytes, behind a controller's records, becomes the lines asked for, newest
-/// first.
+/// sellogfile.cpp: a SEL log file of any bytes and a controller's records become the lines asked for, newest first.
 
 #include "sel/sellogfile.h"
 
+#include <unistd.h>
+
+#include <fstream>
 #include <numeric>
 
 #include "fuzz/host.h"
@@ -31,12 +33,14 @@ void Fuzz(FuzzedDataProvider& input) {
   if (isMended && size > 8) memcpy(&file[4], &size, 4);
   if (isMended && size > 8) file[8] = static_cast<char>(file[8] - sum(9));
   const size_t count = size > 9 && size % 16 == 9 && sum(9) == 0 && memcmp(&file[4], &size, 4) == 0 ? size / 16 : 0;
-  std::string path = FileWith(file);
-  Require(CheckSELLogFile(path.c_str()) == count, "a file is valid when header and size say so");
-  const auto records = count == 0 ? nullptr : ReadSELLogFile(path.c_str(), 0, count);
+  TemporaryFile copy("/tmp/kestrune-fuzz", getpid());
+  Require(copy.Make() && std::ofstream(copy.Path()) << file, "the input can be written to a file");
+  Require(CheckSELLogFile(copy) == count, "a file is valid when header and size say so");
+  const auto records = count == 0 ? nullptr : ReadSELLogFile(copy, 0, count);
   Require(count == 0 || memcmp(&file[9], records.get(), size - 9) == 0, "records are read as they stand");
-  const bool isCopied = sum(size) % 64 == 63;
-  if (!isCopied) path.resize(SEL_LINE_SIZE, 'x');  // fits no command, which would take most of the time
+  const bool isCopied = count != 0 && sum(size) % 8 == 7;
+  // A copy takes a shell, and with it most of the time; a name that fits no command gets none.
+  const std::string path = isCopied ? copy.Path() : std::string(SEL_LINE_SIZE, 'x');
   for (size_t i = isCopied ? count : 0; i-- > 0;) list.push_back(records[i][9] == 4 ? Line('1', records[i]) : "");
 
   const size_t first = isRange ? std::max<size_t>(begin, 1) : 1;

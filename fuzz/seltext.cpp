@@ -11,7 +11,8 @@ void Fuzz(FuzzedDataProvider& input) {
   Require(FillConfigItem(items.data(), 1, LOG_SEL, announced, cut.data()) == 1, "a text can always be read");
 
   uint32_t count = 0;
-  for (size_t at = 0, end; count < announced && (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+  for (size_t at = 0, end; count < announced && (end = text.find('\n', at)) != std::string::npos;
+       at = end + 1, ++count) {
     std::string line = text.substr(at, end - at);
     if (Columns(line, 1, 2) != "|") line.clear();  // all that is said of it is that it is there
     const size_t separator = std::min(line.find('|', 18), line.size());
@@ -21,7 +22,7 @@ void Fuzz(FuzzedDataProvider& input) {
     RequireText(entries[2], CE_MESSAGE, Columns(line, separator + 1));
     RequireText(entries[3], CE_SENSOR, Columns(line, 18, separator));
     const int64_t origin = line[0] >= '0' && line[0] <= '9' ? line[0] - '0' : 0;
-    Require(entries[4].varValue.value.llVal == origin && items[count].dwIndex == ++count,
+    Require(entries[4].varValue.value.llVal == origin && items[count].dwIndex == count + 1,
             "number and origin are right");
   }
   Require(items.CountFilled() == count, "there is an item for every whole line, up to the number announced");

@@ -7,33 +7,21 @@
 
 #include "kestrune/kestrune.h"
 
-void Output(int level, const char* format, ...);
-int GeneralOSSupportChecking(void);
-int GetOSDist(void);
-int gmInitialize(void);
-int gmUninitialize(void);
-int gmGetIPMIInfo(void* info);
-int gmGetProperty(const char* name, uint32_t* size, char* buffer);
-int gmSELEnumEntry(uint32_t* count);
-int gmGetIPMIEntry(void* entry);
-int gmEnterMutex(uint32_t timeout);
-int gmExitMutex(void);
-int gmExecSensorValue(uint32_t sensor, const char* operation, int count, tagVARIANT* in, tagVARIANT* out);
-
+/* What the module wants of its host. Without a controller none of the others is ever called. */
 void Output(int level, const char* format, ...) { (void)level, (void)format; }
 int GeneralOSSupportChecking(void) { return 1; }
-int GetOSDist(void) { return 0; }
-int gmInitialize(void) { return 0; }
-int gmUninitialize(void) { return 0; }
-int gmGetIPMIInfo(void* info) { return info == NULL; }
-int gmGetProperty(const char* name, uint32_t* size, char* buffer) { return (void)name, (void)size, buffer == NULL; }
-int gmSELEnumEntry(uint32_t* count) { return count == NULL; }
-int gmGetIPMIEntry(void* entry) { return entry == NULL; }
-int gmEnterMutex(uint32_t timeout) { return (int)timeout; }
-int gmExitMutex(void) { return 0; }
-int gmExecSensorValue(uint32_t sensor, const char* operation, int count, tagVARIANT* in, tagVARIANT* out) {
-  return (void)sensor, (void)operation, (void)in, (void)out, count;
-}
+#define ANSWERS_ZERO(name) \
+  int name(void) { return 0; }
+ANSWERS_ZERO(GetOSDist)
+ANSWERS_ZERO(gmInitialize)
+ANSWERS_ZERO(gmUninitialize)
+ANSWERS_ZERO(gmGetIPMIInfo)
+ANSWERS_ZERO(gmGetProperty)
+ANSWERS_ZERO(gmSELEnumEntry)
+ANSWERS_ZERO(gmGetIPMIEntry)
+ANSWERS_ZERO(gmEnterMutex)
+ANSWERS_ZERO(gmExitMutex)
+ANSWERS_ZERO(gmExecSensorValue)
 
 static void* Find(void* module, const char* name, void* function, size_t size) {
   void* symbol = dlsym(module, name);

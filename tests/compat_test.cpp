@@ -110,12 +110,4 @@ TEST_F(CompatTest, TimeAndSleep) {
   std::signal(SIGALRM, SIG_DFL);
 }
 
-TEST_F(CompatTest, BuildStamps) {
-  char month[4] = "";
-  int day = 0, year = 0, hour = 0, minute = 0, second = 0;
-  EXPECT_NE(std::strstr(Load().Find<const char*>("_file"), "kestrune"), nullptr);
-  EXPECT_EQ(std::sscanf(Load().Find<const char*>("_date"), "%3s %d %d", month, &day, &year), 3);
-  EXPECT_EQ(std::sscanf(Load().Find<const char*>("_time"), "%d:%d:%d", &hour, &minute, &second), 3);
-}
-
 }  // namespace

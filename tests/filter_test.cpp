@@ -265,7 +265,7 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
     const std::string folder = name.substr(0, name.rfind('/')), victim = folder + "/victim",
                       target = folder + "/target";
     for (const std::string kind : {"link", "dangling link", "hard link", "folder"}) {
-      SCOPED_TRACE(kind + " at " + name);
+      SCOPED_TRACE(testing::Message() << kind << " at " << name);
       const bool is_folder = kind == "folder";
       machine::WriteFile(victim, "victim");
       if (is_folder) machine::PlantFolder(name);
@@ -301,7 +301,7 @@ TEST_F(FilterTest, FilesArePrivateWhateverTheMask) {
   machine::Commands commands;
   commands.Before("sort", "cp -p " + kCache + " " + kMerged + " /tmp/__log__tmp.* /usr/zarp/seen/");
   Start();
-  for (const mode_t mask : {0, 0777}) {
+  for (const mode_t mask : {0U, 0777U}) {
     machine::Remove(kMerged);
     machine::Remove(kCache);
     const mode_t before = umask(mask);

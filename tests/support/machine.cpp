@@ -40,7 +40,8 @@ std::string Variable(const char* name) {
 std::string FindCommand(const std::string& path, const std::string& name) {
   std::istringstream folders(path);
   for (std::string folder; std::getline(folders, folder, ':');) {
-    if (access((folder + "/" + name).c_str(), X_OK) == 0) return folder + "/" + name;
+    folder.append("/").append(name);
+    if (access(folder.c_str(), X_OK) == 0) return folder;
   }
   throw std::runtime_error("no " + name + " in " + path);
 }
@@ -165,7 +166,7 @@ SystemLog::~SystemLog() {
   Remove(kLogSocket);
 }
 
-std::vector<std::string> SystemLog::Take() {
+std::vector<std::string> SystemLog::Take() const {
   std::vector<std::string> messages;
   std::array<char, 2048> buffer{};
   for (ssize_t size; (size = recv(socket_, buffer.data(), buffer.size(), 0)) >= 0;) {

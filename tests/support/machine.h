@@ -67,7 +67,7 @@ class SystemLog {
   ~SystemLog();
   SystemLog(const SystemLog&) = delete;
   SystemLog& operator=(const SystemLog&) = delete;
-  std::vector<std::string> Take();
+  std::vector<std::string> Take() const;
 
  private:
   int socket_;

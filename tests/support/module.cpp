@@ -141,6 +141,6 @@ const HostModule& ModuleTest::Start() {
 
 std::set<std::string> ModuleTest::NewInTmp() const {
   std::set<std::string> names = machine::Listing("/tmp");
-  std::erase_if(names, [this](const std::string& name) { return tmp_before_.count(name) != 0; });
+  std::erase_if(names, [this](const std::string& name) { return tmp_before_.contains(name); });
   return names;
 }
