@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// Stores a settings word in g_SPGlobal and its two parts in g_bRepeatEvent and g_uiUpdateInterval.
+/// Stores a settings word in g_SPGlobal and what it says in g_bRepeatEvent and g_uiUpdateInterval.
 void StoreSettings(uint64_t settings);
 
 /// Handlers of SP_GBLPROPERTY. pArg1: the 8-byte settings word, out or in.
