@@ -1,13 +1,19 @@
 #include "platform/shell.h"
 
+#include <errno.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdarg>
 #include <memory>
+#include <span>
 
 namespace {
+
+/// Bytes that a printed number may have, with its newline and a NUL.
+constexpr size_t NUMBER_SIZE = 64;
 
 /// A formatted command line, empty when it does not fit.
 class CommandLine {
@@ -28,6 +34,18 @@ class CommandLine {
 struct ClosePipe {
   void operator()(FILE* pipe) const { pclose(pipe); }
 };
+
+/// Reads a pipe to its end, as much as fits `text` with a NUL, whatever signals the host handles meanwhile.
+void ReadAll(FILE* pipe, std::span<char> text) {
+  size_t length = 0;
+  while (length + 1 < text.size()) {
+    const ssize_t taken = read(fileno(pipe), text.data() + length, text.size() - 1 - length);
+    if (taken < 0 && errno == EINTR) continue;
+    if (taken <= 0) break;
+    length += static_cast<size_t>(taken);
+  }
+  text[length] = '\0';
+}
 
 }  // namespace
 
@@ -55,7 +73,10 @@ uint64_t ReadNumber(const char* format, ...) {
   va_end(arguments);
   if (!line.Fits()) return 0;
   const std::unique_ptr<FILE, ClosePipe> pipe(popen(line.Text(), "re"));  // NOLINT(cert-env33-c): as above
+  if (pipe == nullptr) return 0;
+  std::array<char, NUMBER_SIZE> text{};
+  ReadAll(pipe.get(), text);
   long number = 0;
-  if (pipe == nullptr || fscanf(pipe.get(), "%ld", &number) != 1 || number < 0) return 0;
+  if (sscanf(text.data(), "%ld", &number) != 1 || number < 0) return 0;
   return static_cast<uint64_t>(number);
 }

@@ -7,8 +7,9 @@ self=script/$(basename "$0")
 # Packages of Debian 12, by what they are needed for.
 build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev bubblewrap)
 demo_packages=("${build_packages[@]}" socat)
-test_packages=("${build_packages[@]}" libgtest-dev)
-lint_packages=("${test_packages[@]}" libbenchmark-dev clang libclang-rt-dev clang-format clang-tidy shellcheck git)
+fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
+test_packages=("${fuzz_packages[@]}" libgtest-dev pkg-config)
+lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }
 

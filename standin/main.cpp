@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <sstream>
+#include <string>
 
 #include "standin/cmdline.h"
 #include "standin/failure.h"
@@ -37,6 +39,21 @@ void PrepareProcess() {
     return value != nullptr && *value != '\0';
   };
   std::setlocale(LC_CTYPE, is_set("LC_ALL") || is_set("LC_CTYPE") || is_set("LANG") ? "" : "C.UTF-8");
+}
+
+/// The module is made of shell commands, and without one of them every log looks empty. Throws Failure.
+void RequireCommands() {
+  const char* variable = std::getenv("PATH");
+  std::string missing;
+  for (const std::string command : {"sh", "cp", "mv", "rm", "cat", "tail", "grep", "sed", "awk", "wc", "sort"}) {
+    std::istringstream folders(variable == nullptr ? "/bin:/usr/bin" : variable);
+    bool found = false;
+    for (std::string folder; !found && std::getline(folders, folder, ':');) {
+      found = access((folder + "/" + command).c_str(), X_OK) == 0;
+    }
+    if (!found) missing += " " + command;
+  }
+  if (!missing.empty()) throw Failure(kRequestFailed, "commands that the module runs are not in PATH:" + missing);
 }
 
 /// Makes the machine that the options describe. All of it has to be there before the module starts.
@@ -84,6 +101,7 @@ void Run(const Options& options) {
   } else if (options.command == "pack-sel") {
     PackSelLog(options.raw, options.packed);
   } else {
+    RequireCommands();
     SetUpMachine(options);
     // The module is stopped before anything is shown: a reader may take its time.
     const Table table = AskModule(Module(options.module), options);
