@@ -72,7 +72,7 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
   const HostModule& module = Start();
   std::atomic<int> next{0};
   // The controller's log changes between two looks of the module, on the module's own call and so under its lock.
-  Host().on_call = [turn = 0](const std::string& call) mutable {
+  Host().on_call = [turn = size_t{0}](const std::string& call) mutable {
     if (call != "gmSELEnumEntry") return;
     ++turn;
     Host().sel = MakeSEL(PlainRecords(std::string("abcdefgh").substr(turn % 5 == 0 ? 1 : 0, 1 + turn % 7)));
