@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "bench/material.h"
+#include "bench/bench.h"
 
 namespace {
 

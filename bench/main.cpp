@@ -2,17 +2,15 @@
 /// writes to /var/log, /tmp and /etc/zarp.
 #include <locale.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <exception>
+#include <filesystem>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 
-#include "bench/measure.h"
-#include "bench/requests.h"
-#include "bench/routines.h"
+#include "bench/bench.h"
 
 namespace {
 
@@ -62,7 +60,7 @@ int main(int count, char** arguments) {
   }
   setenv("LC_ALL", "C.UTF-8", 1);  // for the commands too
   try {
-    if (access("/var/log/messages", F_OK) == 0) throw std::runtime_error("no private machine; start script/bench");
+    if (!std::filesystem::is_empty("/var/log")) throw std::runtime_error("no private machine; start script/bench");
     if (setlocale(LC_ALL, "") == nullptr) throw std::runtime_error("the locale C.UTF-8 is missing");
     bench::Configure(settings);
     Measure();

@@ -1,8 +1,9 @@
-#include "bench/material.h"
-
 #include <time.h>
 
 #include <random>
+#include <string_view>
+
+#include "bench/bench.h"
 
 namespace bench {
 namespace {
@@ -81,16 +82,16 @@ std::vector<SELRecord> EventLog(size_t records) {
   return log;
 }
 
-void Reply::Free() {
-  for (tagCONFIGITEM& item : items_) {
+void Free(Items& items) {
+  for (tagCONFIGITEM& item : items) {
     delete[] item.pEntries;
     item.pEntries = nullptr;
   }
 }
 
-Floor::Floor(Reply& reply) {
-  for (size_t i = 0; i < reply.Size() * kEntries; ++i) {
-    const tagCONFIGENTRY& entry = reply.Items()[i / kEntries].pEntries[i % kEntries];
+Floor::Floor(const Items& reply) {
+  for (size_t i = 0; i < reply.size() * kEntries; ++i) {
+    const tagCONFIGENTRY& entry = reply[i / kEntries].pEntries[i % kEntries];
     const tagVARIANT& value = entry.varValue;
     const std::wstring_view text = value.vt == VT_BSTR ? value.value.bstrVal : L"";
     entries_.push_back({entry.dwEntryID, value.vt, value.value.llVal, text_.size(), text.size()});
@@ -98,11 +99,11 @@ Floor::Floor(Reply& reply) {
   }
 }
 
-void Floor::Build(Reply& reply) const {
+void Floor::Build(Items& items) const {
   const Entry* next = entries_.data();
-  for (uint32_t i = 0; i < reply.Size(); ++i) {
-    tagCONFIGITEM& item = reply.Items()[i];
-    item = {i + 1, LOG_MESSAGES, kEntries, new tagCONFIGENTRY[kEntries]};
+  uint32_t index = 0;
+  for (tagCONFIGITEM& item : items) {
+    item = {++index, LOG_MESSAGES, kEntries, new tagCONFIGENTRY[kEntries]};
     for (uint32_t j = 0; j < kEntries; ++j, ++next) {
       tagCONFIGENTRY& entry = item.pEntries[j];
       entry.dwEntryID = next->id;

@@ -1,5 +1,3 @@
-#include "bench/measure.h"
-
 #include <malloc.h>
 #include <sys/resource.h>
 #include <time.h>
@@ -7,6 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <new>
+
+#include "bench/bench.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ bench::MemoryUse memory_use;
 
 // The other forms of new and delete end in these. While nothing is counted they cost what the library's own cost.
 
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
   void* memory = malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
   if (counting) {
@@ -27,7 +27,7 @@ void* operator new(size_t size) {
   return memory;
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   if (counting) memory_use.held -= static_cast<int64_t>(malloc_usable_size(memory));
   free(memory);
 }
@@ -81,10 +81,10 @@ double Median(std::vector<double> values) {
 }
 
 double Pair::Ratio() {
-  work_first_ = !work_first_;
-  const double first = Seconds(work_first_ ? work_ : reference_);
-  const double second = Seconds(work_first_ ? reference_ : work_);
-  return work_first_ ? first / second : second / first;
+  work_first = !work_first;
+  const double first = Seconds(work_first ? work : reference);
+  const double second = Seconds(work_first ? reference : work);
+  return work_first ? first / second : second / first;
 }
 
 double Pair::MedianRatio() {

@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "bench/routines.h"
+#include "bench/bench.h"
 #include "sel/sensorid.h"
 #include "translate/resmgr.h"
 #include "translate/tables.h"

@@ -1,5 +1,3 @@
-#include "bench/requests.h"
-
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -9,11 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
-#include <memory>
 #include <stdexcept>
 #include <string_view>
 
-#include "bench/measure.h"
+#include "bench/bench.h"
 
 namespace bench {
 namespace {
@@ -41,10 +38,10 @@ void Count(uint32_t log, size_t expected) {
   Check(count == expected, "count");
 }
 
-void Fetch(uint32_t log, Reply& reply) {
-  auto count = static_cast<uint32_t>(reply.Size());
-  Get(SP_CONFIGITEM, log, &count, reply.Items());
-  Check(count == reply.Size(), "fetch");
+void Fetch(uint32_t log, Items& items) {
+  auto count = static_cast<uint32_t>(items.size());
+  Get(SP_CONFIGITEM, log, &count, items.data());
+  Check(count == items.size(), "fetch");
 }
 
 /// Makes the caches stale, the module's and that of the commands by hand.
@@ -112,16 +109,16 @@ void WriteSELFile(size_t records) {
 
 double WholeFetch(uint32_t log, size_t size, const std::function<void()>& commands) {
   Lay(log, size);
-  Reply reply(size);
-  Fetch(log, reply);
-  const Floor floor(reply);
-  reply.Free();
+  Items items(size);
+  Fetch(log, items);
+  const Floor floor(items);
+  Free(items);
   const auto by_hand = [&] {
     if (commands) commands();
-    floor.Build(reply);
+    floor.Build(items);
   };
-  const auto free = [&] { reply.Free(); };
-  return Pair({DropCaches, [&] { Fetch(log, reply); }, free}, {DropCaches, by_hand, free}).MedianRatio();
+  const auto free = [&] { Free(items); };
+  return Pair{{DropCaches, [&] { Fetch(log, items); }, free}, {DropCaches, by_hand, free}}.MedianRatio();
 }
 
 }  // namespace
@@ -140,13 +137,13 @@ double WholeSELFetch() { return WholeFetch(LOG_SEL, kRecords.back(), {}); }
 double NewestLines() {
   Lay(LOG_MESSAGES, kLines.back());
   TextFetchByHand();  // makes the cache that the commands by hand use
-  Reply reply(kPage);
+  Items items(kPage);
   const auto fetch = [&] {
     tagITEMRANGE range{1, kPage, 0, kPage};
-    Get(SP_CONFIGITEMEX, LOG_MESSAGES, &range, reply.Items());
+    Get(SP_CONFIGITEMEX, LOG_MESSAGES, &range, items.data());
     Check(range.dwCount == kPage, "fetch of a range");
   };
-  return Pair({{}, fetch, [&] { reply.Free(); }}, {{}, NewestLinesByHand, {}}).MedianRatio();
+  return Pair{{{}, fetch, [&] { Free(items); }}, {{}, NewestLinesByHand, {}}}.MedianRatio();
 }
 
 double SELCount() {
@@ -154,15 +151,15 @@ double SELCount() {
   Lay(LOG_SEL, kRecords.back());
   WriteSELFile(kOlder);
   const double ratio =
-      Pair({{}, [] { Count(LOG_SEL, kRecords.back() + kOlder); }, {}}, {{}, SELCountByHand, {}}).MedianRatio();
+      Pair{{{}, [] { Count(LOG_SEL, kRecords.back() + kOlder); }, {}}, {{}, SELCountByHand, {}}}.MedianRatio();
   unlink(kSELFile);
   return ratio;
 }
 
 double Growth(uint32_t log, const Sizes& sizes) {
   const auto time_per_item = [&](size_t size) {
-    Reply reply(size);
-    const Work fetch{[&] { Lay(log, size); }, [&] { Fetch(log, reply); }, [&] { reply.Free(); }};
+    Items items(size);
+    const Work fetch{[&] { Lay(log, size); }, [&] { Fetch(log, items); }, [&] { Free(items); }};
     return Seconds(fetch) / static_cast<double>(size);
   };
   std::vector<double> ratios(kRounds);
@@ -175,11 +172,12 @@ double Growth(uint32_t log, const Sizes& sizes) {
 
 double PeakMemory(uint32_t log, size_t size, size_t prescribed) {
   Lay(log, size);
-  std::unique_ptr<Reply> reply;
+  Items items;
   const MemoryUse use = CountMemory([&] {
-    reply = std::make_unique<Reply>(size);
-    Fetch(log, *reply);
+    items.resize(size);
+    Fetch(log, items);
   });
+  Free(items);
   return static_cast<double>(use.peak) / static_cast<double>(use.held + static_cast<int64_t>(prescribed * size));
 }
 

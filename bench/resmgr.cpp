@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "bench/material.h"
+#include "bench/bench.h"
 
 namespace {
 

@@ -1,5 +1,3 @@
-#include "bench/routines.h"
-
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -8,8 +6,7 @@
 #include <memory>
 #include <stdexcept>
 
-#include "bench/material.h"
-#include "bench/measure.h"
+#include "bench/bench.h"
 #include "hostdata/fillitem.h"
 #include "sel/selfilter.h"
 #include "sel/selstore.h"
@@ -44,14 +41,13 @@ void Register(const std::string& name, Pair pair) {
 /// A filler against the floor. It fills `size` items from what `prepare` lays out.
 void RegisterFill(const std::string& name, size_t size, std::function<void()> prepare,
                   const std::function<void(tagCONFIGITEM*, uint32_t)>& fill) {
-  auto reply = std::make_shared<Reply>(size);
-  const Work work{std::move(prepare), [=] { fill(reply->Items(), static_cast<uint32_t>(size)); },
-                  [=] { reply->Free(); }};
+  auto items = std::make_shared<Items>(size);
+  const Work work{std::move(prepare), [=] { fill(items->data(), static_cast<uint32_t>(size)); }, [=] { Free(*items); }};
   work.prepare();
   work.run();
-  const Floor floor(*reply);
-  reply->Free();
-  Register(name + std::to_string(size), {work, {work.prepare, [=] { floor.Build(*reply); }, work.finish}});
+  const Floor floor(*items);
+  Free(*items);
+  Register(name + std::to_string(size), {work, {work.prepare, [=] { floor.Build(*items); }, work.finish}});
 }
 
 using Line = std::array<char, SEL_LINE_SIZE>;
@@ -98,9 +94,11 @@ void RegisterRecordToLine(const std::string& name) {
 RoutineRatios MeasureRoutines() {
   if (InitSELLog() == 0) throw std::runtime_error("no resource manager");
   for (const size_t size : kLines) {
+    const std::string path = "/tmp/lines" + std::to_string(size);
+    std::ofstream(path) << LogText(size);
     RegisterFill(
-        "lines", size, [=] { std::ofstream("/tmp/lines") << LogText(size); },
-        [](tagCONFIGITEM* items, uint32_t count) { FillConfigItem(items, 1, LOG_MESSAGES, count, "/tmp/lines"); });
+        "lines", size, [] {},
+        [=](tagCONFIGITEM* items, uint32_t count) { FillConfigItem(items, 1, LOG_MESSAGES, count, path.c_str()); });
   }
   for (const size_t size : kRecords) RegisterSELToItems("SEL", size);
   RegisterRecordToLine("record");

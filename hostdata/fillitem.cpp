@@ -40,7 +40,7 @@ class Line {
   char* From(size_t column) const { return column < Length() ? text_ + column : end_; }
 
   /// Ends the field before a column.
-  void CutAt(size_t column) { *From(column) = '\0'; }
+  void CutAt(size_t column) const { *From(column) = '\0'; }
 
   /// Cuts at the first `separator` from `start` on. Returns what stands behind it, or null when the line has none.
   char* CutAtFirst(char separator, char* start) const {
