@@ -162,6 +162,11 @@ uint32_t ReadTime(const SELRecord& record) {
   return time;
 }
 
+/// Makes each of `characters` in a text a blank.
+void BlankOut(char* text, const char* characters) {
+  for (char* found = strpbrk(text, characters); found != nullptr; found = strpbrk(found, characters)) *found = ' ';
+}
+
 /// Appends a time stamp as asctime writes it, without day of the week and year, but in UTC and in every locale alike.
 template <size_t Size>
 void AppendTime(BoundedText<Size>& text, uint32_t stamp) {
@@ -217,9 +222,8 @@ int FormatSELLine(const SELRecord* record, char* line) {
   std::array<char, DESCRIPTION_SIZE + 1> description{};
   GetSELDiscription(record, DESCRIPTION_SIZE, description.data());
   // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  std::ranges::replace(name, '\n', ' ');
-  std::ranges::replace(name, '|', ' ');
-  std::ranges::replace(description, '\n', ' ');
+  BlankOut(name.data(), "\n|");
+  BlankOut(description.data(), "\n");
   BoundedText<SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1> text;
   AppendTime(text, ReadTime(*record));
   text.Append("|");
