@@ -19,7 +19,7 @@ __attribute__((format(printf, 2, 3))) void Output(int level, const char* format,
   if (level > 512) return;  // debug messages
   va_list arguments;
   va_start(arguments, format);
-  vfprintf(stderr, format, arguments);
+  vfprintf(stderr, format, arguments);  // NOLINT(clang-analyzer-valist.Uninitialized): it is started
   va_end(arguments);
 }
 

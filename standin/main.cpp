@@ -51,7 +51,7 @@ void RequireCommands() {
     for (std::string folder; !found && std::getline(folders, folder, ':');) {
       found = access((folder + "/" + command).c_str(), X_OK) == 0;
     }
-    if (!found) missing += " " + command;
+    if (!found) missing.append(" ").append(command);
   }
   if (!missing.empty()) throw Failure(kRequestFailed, "commands that the module runs are not in PATH:" + missing);
 }

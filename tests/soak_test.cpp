@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kThreads = 4;
 /// Bytes in use that may come and go: buffers of the C library, the host's own lists.
-constexpr size_t kTolerance = 64 * 1024;
+constexpr size_t kTolerance = size_t{64} * 1024;
 
 int LengthOf(const char* variable, int otherwise) {
   const char* text = std::getenv(variable);
@@ -87,6 +87,7 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
   const auto run = [&] {
     next = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) threads.emplace_back(work);
     for (int round = 0; next < requests; ++round) {
       machine::AppendFile("/var/log/messages", MakeLog(1, "messages"));

@@ -94,7 +94,7 @@ inline constexpr char kLogFile[] = "/etc/zarp/conf/ipmi.log";
 /// Seeds the random numbers and returns the name that the next copy of the SEL log file gets.
 inline std::string SeedCopy() {
   srandom(1);
-  const std::string name = "/tmp/__sellog__tmp." + std::to_string(random());
+  std::string name = "/tmp/__sellog__tmp." + std::to_string(random());
   srandom(1);
   return name;
 }
