@@ -49,7 +49,7 @@ void RequireCommands() {
     std::istringstream folders(variable == nullptr ? "/bin:/usr/bin" : variable);
     bool found = false;
     for (std::string folder; !found && std::getline(folders, folder, ':');) {
-      found = access((folder + "/" + command).c_str(), X_OK) == 0;
+      found = access(folder.append("/").append(command).c_str(), X_OK) == 0;
     }
     if (!found) missing.append(" ").append(command);
   }

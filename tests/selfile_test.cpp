@@ -24,7 +24,7 @@ TEST_F(SELTest, EveryCheckOfTheFile) {
     const char* name;
     std::string content;
     Lines messages;
-    std::string listed = "";
+    std::string listed{};
   } cases[] = {
       {"missing", "", NoFile()},
       {"folder", "", NoFile()},
