@@ -33,6 +33,11 @@ bool IsRegularFile(const char* path) {
   return stat(path, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+off_t SizeOf(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 ? status.st_size : -1;
+}
+
 bool IsReadable(const char* path) { return access(path, R_OK) == 0 && !IsFIFO(path); }
 
 bool PrivateFile::Make() {
@@ -54,8 +59,9 @@ TemporaryFile::TemporaryFile(const char* prefix, long number, const char* suffix
   snprintf(path_.data(), path_.size(), "%s.%ld%s", prefix, number, suffix);
 }
 
-TemporaryFile::~TemporaryFile() {
+void TemporaryFile::Remove() {
   if (made_) unlink(Path());
+  made_ = false;
 }
 
 bool TemporaryFile::Make() {

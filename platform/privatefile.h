@@ -24,6 +24,9 @@ bool IsReadable(const char* path);
 /// Whether a regular file stands under a name, or a link to one.
 bool IsRegularFile(const char* path);
 
+/// Size of a file in bytes, or -1.
+off_t SizeOf(const char* path);
+
 /// A file that outlives the request which made it, told by device and inode from whatever else may come to stand under
 /// its name. Does not remove the file.
 class PrivateFile {
@@ -52,7 +55,7 @@ class TemporaryFile {
 
   /// The name is `prefix`, a point, `number` and `suffix`, which together fit NAME_SIZE.
   TemporaryFile(const char* prefix, long number, const char* suffix = "");
-  ~TemporaryFile();
+  ~TemporaryFile() { Remove(); }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
@@ -61,8 +64,11 @@ class TemporaryFile {
   /// As PrivateFile::Make. From the first success on, the name is unlinked at the end.
   bool Make();
 
-  /// Whether Make has succeeded.
+  /// Whether the file was made and not removed since.
   bool IsMade() const { return made_; }
+
+  /// Removes the file if it was made.
+  void Remove();
 
   /// From now on somebody else removes the file.
   void HandOn() { made_ = false; }

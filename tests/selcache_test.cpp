@@ -1,6 +1,4 @@
 /// The controller's log through its history: which entries the module asks for, what it keeps, what it reports.
-#include <new>
-
 #include "tests/support/sel.h"
 
 namespace {
@@ -81,23 +79,6 @@ TEST_F(SELTest, Histories) {
     }
     EXPECT_EQ(module.SPUninitialize(), 1);  // which forgets the log
   }
-}
-
-TEST_F(SELTest, MemoryThatRunsOutLosesAndDoublesNothing) {
-  const HostModule& module = Start();
-  Host().sel = MakeChain("1a 2b 3c 4d");
-  Host().on_call = [](const std::string& call) {
-    if (call == "gmGetIPMIEntry 3") throw std::bad_alloc();
-  };
-  for (int round = 0; round < 2; ++round) {
-    const Reply reply = Fetch(module, Group(LOG_SEL), 8);
-    EXPECT_EQ(reply.result, 1);
-    EXPECT_EQ(reply.count, 0U) << "like an empty log";
-  }
-  Host().on_call = nullptr;
-  TakeCalls();
-  EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).rows, PlainRows(1, 0, "abcd"));
-  EXPECT_EQ(TakeCalls(), WalkCalls({0, 2, 3, 4}));
 }
 
 }  // namespace

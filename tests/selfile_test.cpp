@@ -78,14 +78,22 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
     SeedCopy();
     return Fetch(module, Group(LOG_SEL), 4);
   };
-  machine::WriteFile(victim, "victim");
-  machine::PlantLink(copy, victim);
-  EXPECT_EQ(fetch().count, 4U);
-  EXPECT_EQ(machine::ReadFile(victim), "victim");
-  machine::Remove(victim);
-  machine::WriteFile(copy + "/file", "");
-  EXPECT_EQ(fetch().count, 1U) << "a folder in the way";
-  machine::Remove(copy);
+  for (const std::string kind : {"link", "hard link", "FIFO", "stranger's file", "folder"}) {
+    SCOPED_TRACE(kind);
+    machine::WriteFile(victim, "victim");
+    if (kind == "link") machine::PlantLink(copy, victim);
+    if (kind == "hard link") machine::PlantHardLink(copy, victim);
+    if (kind == "FIFO") machine::PlantFIFO(copy);
+    if (kind == "stranger's file") machine::PlantStrangersFile(copy);
+    if (kind == "folder") machine::PlantFolder(copy);
+    alarm(60);  // a request that waits at a FIFO ends the test
+    EXPECT_EQ(fetch().count, kind == "folder" ? 1U : 4U);
+    alarm(0);
+    EXPECT_EQ(machine::ReadFile(victim), "victim");
+    EXPECT_EQ(NewInTmp().size(), kind == "folder" ? 2U : 1U);
+    machine::Remove(victim);
+    machine::Remove(copy);
+  }
   for (const bool cut : {false, true}) {
     Host().on_call = [&copy, cut](const std::string& call) {
       if (call == "gmExitMutex") cut ? machine::WriteFile(copy, "short") : machine::Remove(copy);

@@ -1,7 +1,6 @@
 #include "textlog/logfilter.h"
 
 #include <stdlib.h>
-#include <sys/stat.h>
 
 #include <array>
 #include <cstdio>
@@ -37,7 +36,7 @@ class WorkFiles {
   /// Makes the work file a copy of the cache.
   void CopyCache() {
     if (!ClearName(Path()) || !filterCache.IsOurs() || !IsReadable(CACHE_FILE) || !work_.Make()) return;
-    RunCommand("cp -f %s %s", CACHE_FILE, Path());
+    if (!RunCommand("cp -f %s %s", CACHE_FILE, Path())) work_.Remove();
   }
 
   bool IsMade() const { return work_.IsMade(); }
@@ -45,15 +44,18 @@ class WorkFiles {
   /// Lines of the work file. One that could not be made has none: what may stand under its name is somebody else's.
   uint64_t CountLines() const { return IsMade() ? CountFileLines(Path()) : 0; }
 
-  /// Makes the second file, empty and private, for a command to write. Throws 1 when its name cannot be cleared.
-  void MakeSecond() {
-    if (!second_.Make()) throw 1;
-  }
+  /// Makes the work file or the second one, empty and private, for a command to write. Throws 1 when it cannot be made.
+  void MakeFirst() { MakeOrThrow(work_); }
+  void MakeSecond() { MakeOrThrow(second_); }
 
   /// The caller of the filter removes the work file.
   void HandOn() { work_.HandOn(); }
 
  private:
+  static void MakeOrThrow(TemporaryFile& file) {
+    if (!file.Make()) throw 1;
+  }
+
   TemporaryFile work_;
   TemporaryFile second_;
 };
@@ -65,12 +67,6 @@ bool Fits(const char* logFile, const char* keyword, const char* work) {
          (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
 }
 
-/// Size of a file in bytes, or -1.
-off_t SizeOf(const char* path) {
-  struct stat status {};
-  return stat(path, &status) == 0 ? status.st_size : -1;
-}
-
 /// Brings the filter cache up to date if it belongs to another log or is gone.
 void RefreshCache(const char* logFile) {
   const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
@@ -78,14 +74,15 @@ void RefreshCache(const char* logFile) {
   memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
   const uint64_t lines = CountFileLines(logFile);
   if (!filterCache.Make()) return;
+  bool copied = false;
   if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
-    RunCommand("cp -f %s %s", logFile, CACHE_FILE);
-    // A copy that came to nothing is no copy: the log is read again next time.
-    if (SizeOf(CACHE_FILE) == 0 && SizeOf(logFile) != 0) ClearName(CACHE_FILE);
+    copied = RunCommand("cp -f %s %s", logFile, CACHE_FILE);
   } else {
-    RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
+    copied = RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
   }
+  // Half a copy is no copy: the log is read again next time.
+  if (!copied || (SizeOf(CACHE_FILE) == 0 && SizeOf(logFile) != 0)) ClearName(CACHE_FILE);
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
@@ -144,9 +141,10 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
     RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
                static_cast<long>(last), work, work);
   }
-  RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
+  files.MakeFirst();  // so that nothing unsorted is left in it
+  const bool sorted = RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
   RunCommand("rm -f %s1 %s", work, QUIET);
-  const uint64_t listed = files.CountLines();
+  const uint64_t listed = sorted ? files.CountLines() : 0;
   if (listed == 0) {
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;

@@ -23,31 +23,23 @@ constexpr char APPEND_COMMAND[] = "cat %s >> %s";
 
 PrivateFile mergedFile(lastMergeTarget.data());
 
-/// The names of a list, one by one; cuts the list in place.
+/// The names of a list, one by one; the list must fit SHELL_LINE_SIZE and stays whole.
 class Names {
  public:
-  explicit Names(char* list) : next_(strtok_r(list, " ", &rest_)) {}
+  explicit Names(const char* list) { memcpy(list_.data(), list, strlen(list) + 1); }
 
   /// The next name, or null behind the last.
-  const char* Take() {
-    const char* name = next_;
-    if (name != nullptr) next_ = strtok_r(nullptr, " ", &rest_);
-    return name;
-  }
+  const char* Take() { return strtok_r(rest_ == nullptr ? list_.data() : nullptr, " ", &rest_); }
 
  private:
+  std::array<char, SHELL_LINE_SIZE> list_{};
   char* rest_ = nullptr;
-  char* next_;
 };
-
-using List = std::array<char, SHELL_LINE_SIZE>;
 
 /// Whether the list and all commands made of it and the target fit their buffers.
 bool Fits(const char* fileList, const char* target) {
   if (strlen(fileList) >= SHELL_LINE_SIZE || !CommandFits(EMPTY_COMMAND, target)) return false;
-  List copy{};
-  memcpy(copy.data(), fileList, strlen(fileList));
-  Names names(copy.data());
+  Names names(fileList);
   while (const char* name = names.Take()) {
     if (!CommandFits(APPEND_COMMAND, name, target)) return false;
   }
@@ -56,10 +48,8 @@ bool Fits(const char* fileList, const char* target) {
 
 /// Takes over the newest modification time of the listed files; true when it is newer than the last, or unknown.
 bool HasNewerFile(const char* fileList) {
-  List copy{};
-  memcpy(copy.data(), fileList, strlen(fileList));
   bool changed = false;
-  Names names(copy.data());
+  Names names(fileList);
   while (const char* name = names.Take()) {
     if (access(name, F_OK) != 0) continue;
     struct stat status {};
@@ -79,28 +69,25 @@ bool IsMergedLogForeign() { return access(mergedFile.Path(), F_OK) == 0 && !merg
 
 int LogMerger(char* fileList, const char* target) {
   if (fileList == nullptr || target == nullptr || !Fits(fileList, target)) return 0;
-  bool changed = false;
-  if (strcmp(target, lastMergeTarget.data()) != 0) {
-    memcpy(lastMergeTarget.data(), target, strlen(target) + 1);
-    changed = true;
-    lastMergeTime = 0;
-  }
-  if (!mergedFile.IsOurs()) {
-    changed = true;
-    lastMergeTime = 0;
-  }
-  if (HasNewerFile(fileList)) changed = true;
-  if (!changed) {
+  const bool isNewTarget = strcmp(target, lastMergeTarget.data()) != 0;
+  if (isNewTarget) memcpy(lastMergeTarget.data(), target, strlen(target) + 1);
+  const bool isGone = isNewTarget || !mergedFile.IsOurs();
+  if (isGone) lastMergeTime = 0;
+  if (!HasNewerFile(fileList) && !isGone) {
     Debug("DBG (%s:LogFilter): no need merge!\n");
     return 0;
   }
   // Made anew each time: a file that others may have opened is not written to again.
   if (!mergedFile.Make()) return 0;
-  char* rest = nullptr;
-  const char* name = strtok_r(fileList, " ", &rest);
   RunCommand(EMPTY_COMMAND, target);
-  for (; name != nullptr; name = strtok_r(nullptr, " ", &rest)) {
-    if (access(name, F_OK) == 0 && !IsFIFO(name)) RunCommand(APPEND_COMMAND, name, target);
+  off_t merged = 0;
+  char* rest = nullptr;
+  for (const char* name = strtok_r(fileList, " ", &rest); name != nullptr; name = strtok_r(nullptr, " ", &rest)) {
+    if (access(name, F_OK) != 0 || IsFIFO(name)) continue;
+    if (IsRegularFile(name)) merged += SizeOf(name);
+    RunCommand(APPEND_COMMAND, name, target);
   }
+  // What a command could not append is tried again next time.
+  if (SizeOf(target) < merged) lastMergeTime = 0;
   return 0;
 }

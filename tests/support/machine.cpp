@@ -99,6 +99,16 @@ void PlantFolder(const std::string& path) {
   fs::create_directories(path);
 }
 
+void PlantHardLink(const std::string& path, const std::string& target) { fs::create_hard_link(target, path); }
+
+void PlantFIFO(const std::string& path) { Check(mkfifo(path.c_str(), 0666) == 0, path); }
+
+void PlantStrangersFile(const std::string& path) {
+  WriteFile(path, "stranger");
+  fs::permissions(path, fs::perms(0666));
+  if (geteuid() == 0) Check(chown(path.c_str(), 65534, 65534) == 0, path);
+}
+
 std::set<std::string> Listing(const std::string& folder) {
   std::set<std::string> names;
   for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());

@@ -23,7 +23,11 @@ std::string ReadFile(const std::string& path);
 void SetTime(const std::string& path, time_t seconds);
 void Remove(const std::string& path);
 void PlantLink(const std::string& path, const std::string& target);
+void PlantHardLink(const std::string& path, const std::string& target);
 void PlantFolder(const std::string& path);
+void PlantFIFO(const std::string& path);
+/// A file that everybody may write, of another user where this process may make one.
+void PlantStrangersFile(const std::string& path);
 std::set<std::string> Listing(const std::string& folder);
 std::set<int> OpenDescriptors();
 /// Lays the resource-manager library of the tests where the module looks for it, or one without the export `omitted`.
