@@ -12,10 +12,9 @@ inline constexpr size_t SHELL_LINE_SIZE = 256;
 /// Whether the command line that printf would make of the arguments fits.
 bool CommandFits(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
-/// Formats a command line and runs it with the shell. Returns false when it could not be run or failed; in a host that
-/// ignores its children nobody can tell, so there it returns true. What matters to most callers is the file that the
-/// command leaves.
-bool RunCommand(const char* format, ...) __attribute__((format(printf, 1, 2)));
+/// Formats a command line and runs it with the shell. Its exit status is not looked at: what matters is the file that
+/// it leaves.
+void RunCommand(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 /// Runs a command and reads the number that it prints; 0 when it cannot be run or prints none.
 uint64_t ReadNumber(const char* format, ...) __attribute__((format(printf, 1, 2)));

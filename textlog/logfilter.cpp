@@ -36,7 +36,8 @@ class WorkFiles {
   /// Makes the work file a copy of the cache.
   void CopyCache() {
     if (!ClearName(Path()) || !filterCache.IsOurs() || !IsReadable(CACHE_FILE) || !work_.Make()) return;
-    if (!RunCommand("cp -f %s %s", CACHE_FILE, Path())) work_.Remove();
+    RunCommand("cp -f %s %s", CACHE_FILE, Path());
+    if (SizeOf(Path()) < SizeOf(CACHE_FILE)) work_.Remove();  // cut short: no room for it
   }
 
   bool IsMade() const { return work_.IsMade(); }
@@ -47,6 +48,9 @@ class WorkFiles {
   /// Makes the work file or the second one, empty and private, for a command to write. Throws 1 when it cannot be made.
   void MakeFirst() { MakeOrThrow(work_); }
   void MakeSecond() { MakeOrThrow(second_); }
+
+  /// Whether the work file holds at least as much as the second one, from which it was made.
+  bool IsFirstWhole() const { return SizeOf(Path()) >= SizeOf(second_.Path()); }
 
   /// The caller of the filter removes the work file.
   void HandOn() { work_.HandOn(); }
@@ -72,17 +76,18 @@ void RefreshCache(const char* logFile) {
   const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
   if (isSameLog && filterCache.IsOurs() && IsReadable(CACHE_FILE)) return;
   memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
+  off_t whole = SizeOf(logFile);
   const uint64_t lines = CountFileLines(logFile);
   if (!filterCache.Make()) return;
-  bool copied = false;
   if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
-    copied = RunCommand("cp -f %s %s", logFile, CACHE_FILE);
+    RunCommand("cp -f %s %s", logFile, CACHE_FILE);
   } else {
-    copied = RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
+    RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
+    whole = LOG_MAX_LINES;  // a byte each at least
   }
-  // Half a copy is no copy: the log is read again next time.
-  if (!copied || (SizeOf(CACHE_FILE) == 0 && SizeOf(logFile) != 0)) ClearName(CACHE_FILE);
+  // A copy cut short is no copy: the log is read again next time.
+  if (SizeOf(CACHE_FILE) < whole) ClearName(CACHE_FILE);
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
@@ -142,9 +147,10 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
                static_cast<long>(last), work, work);
   }
   files.MakeFirst();  // so that nothing unsorted is left in it
-  const bool sorted = RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
+  RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
+  const bool isWhole = files.IsFirstWhole();
   RunCommand("rm -f %s1 %s", work, QUIET);
-  const uint64_t listed = sorted ? files.CountLines() : 0;
+  const uint64_t listed = isWhole ? files.CountLines() : 0;
   if (listed == 0) {
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
