@@ -7,8 +7,8 @@
 #include <time.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
-#include <string_view>
 
 namespace {
 
@@ -21,19 +21,46 @@ bool IsASCIIPlain() {
 
 /// Widens a text with the terminator and the second zero that hosts rely on behind it. Returns false when it is not all
 /// ASCII.
-bool WidenASCII(const char* text, size_t length, wchar_t* wide) {
+bool WidenASCII(std::string_view text, wchar_t* wide) {
   unsigned int seen = 0;
-  for (size_t i = 0; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
     seen |= byte;
-    wide[i] = byte;
+    *wide++ = byte;
   }
-  wide[length] = 0;
-  wide[length + 1] = 0;
+  wide[0] = 0;
+  wide[1] = 0;
   return seen < 0x80;
 }
 
+/// As mbstowcs has it.
+BSTR WidenAny(const char* text) {
+  const size_t length = mbstowcs(nullptr, text, 0);
+  if (length == static_cast<size_t>(-1)) return new (std::nothrow) wchar_t[1]();
+  BSTR string = new (std::nothrow) wchar_t[length + 2]();
+  if (string == nullptr) return nullptr;
+  mbstowcs(string, text, length + 2);
+  string[length + 1] = 0;  // also where another thread has changed the locale in between
+  return string;
+}
+
 }  // namespace
+
+TextWidener::TextWidener() : isASCIIPlain_(IsASCIIPlain()) {}
+
+BSTR TextWidener::Widen(std::string_view text) const {
+  if (isASCIIPlain_) {
+    // Log lines are plain ASCII but for a few, so one pass over the text usually does.
+    BSTR string = new (std::nothrow) wchar_t[text.size() + 2];
+    if (string == nullptr || WidenASCII(text, string)) return string;
+    delete[] string;
+  }
+  const std::unique_ptr<char[]> terminated(new (std::nothrow) char[text.size() + 1]);
+  if (terminated == nullptr) return nullptr;
+  memcpy(terminated.get(), text.data(), text.size());
+  terminated[text.size()] = '\0';
+  return WidenAny(terminated.get());
+}
 
 BSTR SysAllocString(const wchar_t* text) {
   if (text == nullptr) return nullptr;
@@ -43,23 +70,7 @@ BSTR SysAllocString(const wchar_t* text) {
   return string;
 }
 
-BSTR SysAllocString(const char* text) {
-  if (text == nullptr) return nullptr;
-  if (IsASCIIPlain()) {
-    // Log lines are plain ASCII but for a few, so one pass over the text usually does.
-    const size_t length = strlen(text);
-    BSTR string = new (std::nothrow) wchar_t[length + 2];
-    if (string == nullptr || WidenASCII(text, length, string)) return string;
-    delete[] string;
-  }
-  const size_t length = mbstowcs(nullptr, text, 0);
-  if (length == static_cast<size_t>(-1)) return new (std::nothrow) wchar_t[1]();
-  BSTR string = new (std::nothrow) wchar_t[length + 2]();
-  if (string == nullptr) return nullptr;
-  mbstowcs(string, text, length + 2);
-  string[length + 1] = 0;  // also where another thread has changed the locale in between
-  return string;
-}
+BSTR SysAllocString(const char* text) { return text == nullptr ? nullptr : TextWidener().Widen(text); }
 
 int64_t VariantCopy(tagVARIANT* destination, const tagVARIANT* source) {
   *destination = *source;
@@ -100,11 +111,11 @@ void AssignInteger(tagVARIANT& variant, int64_t value) {
   variant.value.llVal = value;
 }
 
-void AssignString(tagVARIANT& variant, const char* text) {
+void AssignString(tagVARIANT& variant, std::string_view text, const TextWidener& widener) {
   ReleaseVariant(variant);
   variant.vt = VT_BSTR;
-  variant.value.bstrVal = SysAllocString(text);
-  if (text != nullptr && variant.value.bstrVal == nullptr) {
+  variant.value.bstrVal = widener.Widen(text);
+  if (variant.value.bstrVal == nullptr) {
     variant.vt = VT_ERROR;
     variant.value.ullVal = KESTRUNE_OUT_OF_MEMORY;
   }

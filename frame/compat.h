@@ -3,14 +3,29 @@
 #define KESTRUNE_FRAME_COMPAT_H_
 
 #include <cstdint>
+#include <string_view>
 
 #include "kestrune/kestrune.h"
+
+/// Makes wide strings of multibyte text. What is to be known of the locale is asked once, by the constructor, so an
+/// object serves one request.
+class TextWidener {
+ public:
+  TextWidener();
+
+  /// A new wide string of `text`, which holds no NUL, to be freed with array delete: the empty string where the text is
+  /// invalid in the locale, null where there is no memory.
+  BSTR Widen(std::string_view text) const;
+
+ private:
+  bool isASCIIPlain_;
+};
 
 /// Makes `variant` the integer `value`; what it held before is released.
 void AssignInteger(tagVARIANT& variant, int64_t value);
 
-/// Makes `variant` the string `text` (in the current locale, may be null); what it held before is released. A string
-/// that cannot be allocated makes it VT_ERROR with KESTRUNE_OUT_OF_MEMORY.
-void AssignString(tagVARIANT& variant, const char* text);
+/// Makes `variant` the string `text`; what it held before is released. A string that cannot be allocated makes it
+/// VT_ERROR with KESTRUNE_OUT_OF_MEMORY.
+void AssignString(tagVARIANT& variant, std::string_view text, const TextWidener& widener);
 
 #endif  // KESTRUNE_FRAME_COMPAT_H_

@@ -1,7 +1,5 @@
 #include "hostdata/fillitem.h"
 
-#include <stdlib.h>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -30,33 +28,10 @@ constexpr size_t SEL_TIME = 9;
 constexpr size_t SEL_TIME_END = 17;
 constexpr size_t SEL_SENSOR = 18;
 
-/// One line that is cut into NUL-terminated fields in place.
-class Line {
- public:
-  /// `text[length]` is the line's NUL.
-  Line(char* text, size_t length) : text_(text), end_(text + length) {}
-
-  /// The text from a column on, up to the next cut; empty behind the end of the line.
-  char* From(size_t column) const { return column < Length() ? text_ + column : end_; }
-
-  /// Ends the field before a column.
-  void CutAt(size_t column) const { *From(column) = '\0'; }
-
-  /// Cuts at the first `separator` from `start` on. Returns what stands behind it, or null when the line has none.
-  char* CutAtFirst(char separator, char* start) const {
-    auto* found = static_cast<char*>(memchr(start, separator, static_cast<size_t>(end_ - start)));
-    if (found == nullptr) return nullptr;
-    *found = '\0';
-    return found + 1;
-  }
-
-  char* End() const { return end_; }
-  size_t Length() const { return static_cast<size_t>(end_ - text_); }
-
- private:
-  char* text_;
-  char* end_;
-};
+/// The columns of a line from `begin` up to `end`; what lies behind the end of the line is empty.
+std::string_view Columns(std::string_view line, size_t begin, size_t end = std::string_view::npos) {
+  return begin < line.size() ? line.substr(begin, end - begin) : std::string_view();
+}
 
 /// Hands out the lines of a file one by one, in pieces of at most TEXT_LINE_MAX bytes.
 class LineReader {
@@ -93,70 +68,60 @@ class LineReader {
   size_t filled_ = 0;
 };
 
-void StartItem(tagCONFIGITEM& item, uint32_t index, uint32_t id) {
-  item = {index, id, LOG_ENTRY_COUNT, nullptr};
-  item.pEntries = new tagCONFIGENTRY[LOG_ENTRY_COUNT];
-}
+/// Fills the entries of one item.
+class ItemFiller {
+ public:
+  /// Makes the entries, still empty.
+  ItemFiller(tagCONFIGITEM& item, uint32_t index, uint32_t id, const TextWidener& widener) : widener_(widener) {
+    item = {index, id, LOG_ENTRY_COUNT, nullptr};
+    item.pEntries = new tagCONFIGENTRY[LOG_ENTRY_COUNT];
+    next_ = item.pEntries;
+  }
 
-void SetEntry(tagCONFIGENTRY& entry, uint32_t id, const char* text) {
-  entry.dwEntryID = id;
-  entry.dwAttributes = CE_ATTRIBUTE_READONLY;
-  AssignString(entry.varValue, text);
-}
+  /// Fills the entry that comes next.
+  void Add(uint32_t id, std::string_view text) { AssignString(Next(id), text, widener_); }
+  void Add(uint32_t id, int64_t value) { AssignInteger(Next(id), value); }
 
-void SetEntry(tagCONFIGENTRY& entry, uint32_t id, int64_t value) {
-  entry.dwEntryID = id;
-  entry.dwAttributes = CE_ATTRIBUTE_READONLY;
-  AssignInteger(entry.varValue, value);
-}
+ private:
+  tagVARIANT& Next(uint32_t id) {
+    next_->dwEntryID = id;
+    next_->dwAttributes = CE_ATTRIBUTE_READONLY;
+    return next_++->varValue;
+  }
+
+  tagCONFIGENTRY* next_;
+  const TextWidener& widener_;
+};
 
 /// Cuts a text line into an item. A message counts only if it starts before column `last`.
-void FillTextItem(tagCONFIGITEM& item, Line line, size_t last) {
-  line.CutAt(TEXT_DATE_END);
-  line.CutAt(TEXT_TIME_END);
-  char* host = line.From(TEXT_HOST);
-  char* source = line.CutAtFirst(' ', host);
-  if (source == nullptr) source = line.End();
-  char* message = line.CutAtFirst(':', source);
-  if (message == nullptr) {
-    message = source;
-    source = line.End();
-  } else {
-    ++message;  // the blank behind the colon
-  }
-  const bool hasMessage = message < line.From(0) + last && message < line.End();
-  SetEntry(item.pEntries[0], CE_DATE, line.From(0));
-  SetEntry(item.pEntries[1], CE_TIME, line.From(TEXT_TIME));
-  SetEntry(item.pEntries[2], CE_SOURCE, source);
-  SetEntry(item.pEntries[3], CE_HOST, host);
-  SetEntry(item.pEntries[4], CE_MESSAGE, hasMessage ? message : line.End());
+void FillTextItem(ItemFiller item, std::string_view line, size_t last) {
+  const size_t hostEnd = line.find(' ', TEXT_HOST);
+  const size_t source = std::min(hostEnd, line.size()) + 1;
+  const size_t colon = line.find(':', source);
+  const bool hasSource = colon != std::string_view::npos;
+  const size_t message = hasSource ? colon + 2 : source;  // behind the colon stands a blank
+  item.Add(CE_DATE, Columns(line, 0, TEXT_DATE_END));
+  item.Add(CE_TIME, Columns(line, TEXT_TIME, TEXT_TIME_END));
+  item.Add(CE_SOURCE, hasSource ? Columns(line, source, colon) : std::string_view());
+  item.Add(CE_HOST, Columns(line, TEXT_HOST, hostEnd));
+  item.Add(CE_MESSAGE, message < last ? Columns(line, message) : std::string_view());
 }
 
 /// Cuts a SEL line into an item.
-void FillSELItem(tagCONFIGITEM& item, Line line) {
-  const char* date = "";
-  const char* time = "";
-  const char* sensor = "";
-  const char* description = "";
-  int64_t origin = 0;
-  if (line.Length() > SEL_ORIGIN_END && *line.From(SEL_ORIGIN_END) == SEL_SEPARATOR) {
-    line.CutAt(SEL_ORIGIN_END);
-    line.CutAt(SEL_DATE_END);
-    line.CutAt(SEL_TIME_END);
-    origin = strtol(line.From(0), nullptr, 10);
-    date = line.From(SEL_DATE);
-    time = line.From(SEL_TIME);
-    sensor = line.From(SEL_SENSOR);
-    const char* behindSensor = line.CutAtFirst(SEL_SEPARATOR, line.From(SEL_SENSOR));
-    description = behindSensor != nullptr ? behindSensor : line.End();
-  } else {
-    Error("Err (%s:FillConfigItem): Log format error! %s\n", static_cast<const char*>(line.From(0)));
-  }
-  SetEntry(item.pEntries[0], CE_DATE, date);
-  SetEntry(item.pEntries[1], CE_TIME, time);
-  SetEntry(item.pEntries[2], CE_MESSAGE, description);
-  SetEntry(item.pEntries[3], CE_SENSOR, sensor);
-  SetEntry(item.pEntries[4], CE_ORIGIN, origin);
+void FillSELItem(ItemFiller item, std::string_view line) {
+  const size_t sensorEnd = std::min(line.find(SEL_SEPARATOR, SEL_SENSOR), line.size());
+  const bool isDigit = line[0] >= '0' && line[0] <= '9';
+  item.Add(CE_DATE, Columns(line, SEL_DATE, SEL_DATE_END));
+  item.Add(CE_TIME, Columns(line, SEL_TIME, SEL_TIME_END));
+  item.Add(CE_MESSAGE, Columns(line, sensorEnd + 1));
+  item.Add(CE_SENSOR, Columns(line, SEL_SENSOR, sensorEnd));
+  item.Add(CE_ORIGIN, int64_t{isDigit ? line[0] - '0' : 0});
+}
+
+/// What stands for a SEL line that is not as it should be.
+void FillEmptySELItem(ItemFiller item) {
+  for (const uint32_t id : {CE_DATE, CE_TIME, CE_MESSAGE, CE_SENSOR}) item.Add(id, std::string_view());
+  item.Add(CE_ORIGIN, int64_t{0});
 }
 
 }  // namespace
@@ -167,32 +132,37 @@ int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint3
     Error("Err (%s:FillConfigItem): Can't open tmp log file!\n");
     return 0;
   }
-  std::array<char, TEXT_LINE_MAX + 1> text{};
+  const TextWidener widener;
   for (uint32_t i = 0; i < maxCount; ++i) {
     const std::string_view piece = reader.Next();
     if (piece.empty()) break;
     const bool isWhole = piece.back() == '\n';
     // A NUL byte ends the text of its line, not the line.
     const size_t length = std::min(piece.find('\0'), piece.size() - (isWhole ? 1 : 0));
-    memcpy(text.data(), piece.data(), length);
-    text.at(length) = '\0';
-    if (!isWhole) reader.Next();
-    StartItem(items[i], firstIndex + i, id);
     // A message of one character is taken for none; behind a cut line there was more, so there it is not asked.
-    FillTextItem(items[i], Line(text.data(), length), isWhole && length > 0 ? length - 1 : TEXT_LINE_MAX + 1);
+    const size_t last = isWhole && length > 0 ? length - 1 : TEXT_LINE_MAX + 1;
+    FillTextItem({items[i], firstIndex + i, id, widener}, piece.substr(0, length), last);
+    if (!isWhole) reader.Next();
   }
   return 1;
 }
 
 int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint32_t maxCount, char* selText) {
-  char* line = selText;
+  const TextWidener widener;
+  char* text = selText;
   for (uint32_t i = 0; i < maxCount; ++i) {
-    char* newline = strchr(line, '\n');
+    char* newline = strchr(text, '\n');
     if (newline == nullptr) break;
-    *newline = '\0';
-    StartItem(items[i], firstIndex + i, id);
-    FillSELItem(items[i], Line(line, static_cast<size_t>(newline - line)));
-    line = newline + 1;
+    const std::string_view line(text, static_cast<size_t>(newline - text));
+    const bool isWellFormed = line.size() > SEL_ORIGIN_END && line[SEL_ORIGIN_END] == SEL_SEPARATOR;
+    if (isWellFormed) {
+      FillSELItem({items[i], firstIndex + i, id, widener}, line);
+    } else {
+      *newline = '\0';
+      Error("Err (%s:FillConfigItem): Log format error! %s\n", static_cast<const char*>(text));
+      FillEmptySELItem({items[i], firstIndex + i, id, widener});
+    }
+    text = newline + 1;
   }
   return 1;
 }

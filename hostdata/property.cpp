@@ -26,7 +26,7 @@ void FillProperty(const LogSource& log, tagCONFIGITEM& item) {
   AssignInteger(item.pEntries[1].varValue, 0);
   item.pEntries[2].dwEntryID = CE_TEXT;
   item.pEntries[2].dwAttributes = CE_ATTRIBUTE_WRITABLE;
-  AssignString(item.pEntries[2].varValue, "");
+  AssignString(item.pEntries[2].varValue, "", TextWidener());
 }
 
 }  // namespace

@@ -34,8 +34,8 @@ constexpr uint8_t RECORD_FORMAT_IPMI = 4;
 constexpr std::string_view FROM_CONTROLLER = "0|";
 constexpr std::string_view FROM_FILE = "1|";
 
-constexpr uint32_t SENSOR_COLUMN_SIZE = 64;
-constexpr uint32_t DESCRIPTION_SIZE = 255;
+/// Longest part of a sensor's name that is shown.
+constexpr size_t SENSOR_COLUMN_MAX = 65;
 
 /// Positions from `first` to `last`, or none when either is 0.
 struct Positions {
@@ -85,11 +85,12 @@ Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint6
 class SELText {
  public:
   /// Throws 1 when there is no memory for `lines` lines.
-  explicit SELText(uint64_t lines) : text_(new (std::nothrow) char[lines * SEL_LINE_SIZE + 1]()) {
+  explicit SELText(uint64_t lines) : text_(new (std::nothrow) char[lines * SEL_LINE_SIZE + 1]) {
     if (text_ == nullptr) {
       Error("Err (%s:ReadSELData): Can't allocate memory!\n");
       throw 1;
     }
+    text_[0] = '\0';
   }
 
   void Append(std::string_view origin, const SELRecord& record) {
@@ -162,11 +163,6 @@ uint32_t ReadTime(const SELRecord& record) {
   return time;
 }
 
-/// Makes each of `characters` in a text a blank.
-void BlankOut(char* text, const char* characters) {
-  for (char* found = strpbrk(text, characters); found != nullptr; found = strpbrk(found, characters)) *found = ' ';
-}
-
 /// Appends a time stamp as asctime writes it, without day of the week and year, but in UTC and in every locale alike.
 template <size_t Size>
 void AppendTime(BoundedText<Size>& text, uint32_t stamp) {
@@ -217,19 +213,16 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
 }
 
 int FormatSELLine(const SELRecord* record, char* line) {
-  std::array<char, SENSOR_COLUMN_SIZE + 2> name{};
-  GetSensorName(record, SENSOR_COLUMN_SIZE, name.data());
-  std::array<char, DESCRIPTION_SIZE + 1> description{};
-  GetSELDiscription(record, DESCRIPTION_SIZE, description.data());
-  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  BlankOut(name.data(), "\n|");
-  BlankOut(description.data(), "\n");
   BoundedText<SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1> text;
   AppendTime(text, ReadTime(*record));
   text.Append("|");
-  text.Append(name.data());
+  const size_t name = text.Length();
+  text.Append(FindSensorName(*record).text.substr(0, SENSOR_COLUMN_MAX));
+  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
+  text.BlankOut(name, '|');
   text.Append("|");
-  text.Append(description.data());
+  text.Append(Describe(*record).View());
+  text.BlankOut(name, '\n');
   // The newline has its place even where the description was cut.
   const std::string_view whole = text.View();
   memcpy(line, whole.data(), whole.size());

@@ -3,11 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
-#include "platform/boundedtext.h"
 #include "translate/sensor.h"
 #include "translate/tables.h"
 
@@ -21,10 +19,7 @@ constexpr size_t RECORD_EVENT_DATA_3 = 15;
 constexpr uint8_t EVENT_TYPE_MASK = 0x7F;
 constexpr uint8_t EVENT_OFFSET_MASK = 0x0F;
 
-constexpr size_t NAME_SIZE_MAX = 255;
 constexpr size_t NUMBER_LENGTH_MAX = 9;
-
-using Expansion = BoundedText<DESCRIPTION_MAX + 1>;
 
 /// A bit field of a record that a placeholder stands for.
 struct NumberToken {
@@ -46,18 +41,16 @@ constexpr std::array<NumberToken, 10> NUMBER_TOKENS{{
     {"3l7", RECORD_EVENT_DATA_3, 0, 0x7F},
 }};
 
-void AppendNumber(Expansion& expansion, uint64_t number) {
+void AppendNumber(Description& expansion, uint64_t number) {
   std::array<char, 20> digits{};
   const std::to_chars_result written = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   const auto length = static_cast<size_t>(written.ptr - digits.data());
   expansion.Append({digits.data(), std::min(length, NUMBER_LENGTH_MAX)});
 }
 
-void AppendToken(Expansion& expansion, std::string_view token, const SELRecord& record) {
+void AppendToken(Description& expansion, std::string_view token, const SELRecord& record) {
   if (token == "di") {
-    std::array<char, NAME_SIZE_MAX + 2> name{};
-    GetSensorName(&record, NAME_SIZE_MAX, name.data());
-    expansion.Append(name.data());
+    expansion.Append(FindSensorName(record).text);
     return;
   }
   if (token == "trf") {
@@ -69,8 +62,7 @@ void AppendToken(Expansion& expansion, std::string_view token, const SELRecord& 
   AppendNumber(expansion, static_cast<uint64_t>(record.at(found->byte) >> found->shift) & found->mask);
 }
 
-Expansion Expand(std::string_view text, const SELRecord& record) {
-  Expansion expansion;
+void Expand(Description& expansion, std::string_view text, const SELRecord& record) {
   while (true) {
     const size_t open = text.find('|');
     expansion.Append(text.substr(0, open));
@@ -81,31 +73,35 @@ Expansion Expand(std::string_view text, const SELRecord& record) {
     AppendToken(expansion, text.substr(0, close), record);
     text.remove_prefix(close + 1);
   }
-  return expansion;
 }
 
 /// What is said of a record that no row fits.
-Expansion DumpRecord(const SELRecord& record) {
-  Expansion dump;
+void DumpRecord(Description& dump, const SELRecord& record) {
+  constexpr std::string_view DIGITS = "0123456789ABCDEF";
   dump.Append("Unspecified event! Hex dump :");
   for (const uint8_t byte : record) {
-    std::array<char, 4> text{};
-    snprintf(text.data(), text.size(), " %02X", byte);
-    dump.Append(text.data());
+    const std::array<char, 3> text{' ', DIGITS[byte >> 4], DIGITS[byte & 0x0F]};
+    dump.Append({text.data(), text.size()});
   }
-  return dump;
 }
 
 }  // namespace
 
-char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
-  const uint8_t sensorType = (*record)[RECORD_SENSOR_TYPE];
-  const uint8_t eventData1 = (*record)[RECORD_EVENT_DATA_1];
+Description Describe(const SELRecord& record) {
+  Description description;
+  const uint8_t sensorType = record[RECORD_SENSOR_TYPE];
+  const uint8_t eventData1 = record[RECORD_EVENT_DATA_1];
   if (const char* text = FindOffsetText(sensorType, eventData1 & EVENT_OFFSET_MASK)) {
-    return strncpy(output, text, length);
+    description.Append(text);
+  } else if (const char* form =
+                 FindEventTemplate(sensorType, record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1)) {
+    Expand(description, form, record);
+  } else {
+    DumpRecord(description, record);
   }
-  if (const char* text = FindEventTemplate(sensorType, (*record)[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1)) {
-    return strncpy(output, Expand(text, *record).Text(), length);
-  }
-  return strncpy(output, DumpRecord(*record).Text(), length);
+  return description;
+}
+
+char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
+  return strncpy(output, Describe(*record).Text(), length);
 }

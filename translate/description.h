@@ -16,14 +16,20 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/boundedtext.h"
 #include "platform/nubo.h"
 
 /// Longest description, without its NUL.
 inline constexpr size_t DESCRIPTION_MAX = 159;
 
-/// Copies the description of `record` to `output`, as strncpy does over `length` bytes, and returns `output`. The text
-/// is the sensor type's for the event offset, else the expanded template of the event, else a hex dump. The event's
-/// direction makes no difference. Throws std::bad_alloc.
+using Description = BoundedText<DESCRIPTION_MAX + 1>;
+
+/// The description of a record: the sensor type's text for the event offset, else the expanded template of the event,
+/// else a hex dump. The event's direction makes no difference. Throws std::bad_alloc.
+Description Describe(const SELRecord& record);
+
+/// Copies the description of `record` to `output`, as strncpy does over `length` bytes, and returns `output`. Throws
+/// std::bad_alloc.
 char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output);
 
 #endif  // KESTRUNE_TRANSLATE_DESCRIPTION_H_

@@ -1,7 +1,6 @@
 #include "translate/sensor.h"
 
 #include <cstring>
-#include <memory>
 
 #include "sel/sensorid.h"
 #include "translate/resmgr.h"
@@ -22,21 +21,29 @@ class HardwareLock {
   HardwareLock& operator=(const HardwareLock&) = delete;
 };
 
+const char* NameOfSensorType(const SELRecord& record) {
+  const char* name = FindSensorTypeName(record[RECORD_SENSOR_TYPE]);
+  return name != nullptr ? name : UNKNOWN_SENSOR_TYPE;
+}
+
 }  // namespace
 
+SensorName FindSensorName(const SELRecord& record) {
+  const uint32_t sensorID = GetZARPSensorID(record[RECORD_SENSOR_NUMBER]);
+  char* hostName = nullptr;
+  if (sensorID != NO_ZARP_SENSOR && GetStringA({GS_TYPE_SENSOR_NAME, sensorID, 0, 0}, &hostName) != 0) {
+    return {std::unique_ptr<char[]>(hostName), hostName};
+  }
+  return {nullptr, NameOfSensorType(record)};
+}
+
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {
-  const char* name = FindSensorTypeName((*record)[RECORD_SENSOR_TYPE]);
-  return strncpy(output, name != nullptr ? name : UNKNOWN_SENSOR_TYPE, length);
+  return strncpy(output, NameOfSensorType(*record), length);
 }
 
 char* GetSensorName(const SELRecord* record, uint32_t size, char* output) {
-  const uint32_t sensorID = GetZARPSensorID((*record)[RECORD_SENSOR_NUMBER]);
-  char* hostName = nullptr;
-  if (sensorID != NO_ZARP_SENSOR && GetStringA({GS_TYPE_SENSOR_NAME, sensorID, 0, 0}, &hostName) != 0) {
-    const std::unique_ptr<char[]> owned(hostName);
-    return strncpy(output, hostName, size_t{size} + 1);
-  }
-  return GetSensorNameBySensorType(record, static_cast<uint8_t>(size), output);
+  const SensorName name = FindSensorName(*record);
+  return strncpy(output, name.text.data(), name.hostName != nullptr ? size_t{size} + 1 : size);
 }
 
 uint64_t GetConvertedTriggerValue(uint8_t sensorNumber, uint8_t rawReading) {

@@ -4,12 +4,23 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string_view>
 
 #include "platform/nubo.h"
 
 /// Fields of a record that tell its sensor.
 inline constexpr size_t RECORD_SENSOR_TYPE = 10;
 inline constexpr size_t RECORD_SENSOR_NUMBER = 11;
+
+/// The name of a record's sensor: the host's, or that of the sensor type, or "N/A".
+struct SensorName {
+  std::unique_ptr<char[]> hostName;  ///< null where the host has none
+  std::string_view text;
+};
+
+/// Asks the host for the name of the record's sensor. Throws std::bad_alloc.
+SensorName FindSensorName(const SELRecord& record);
 
 /// Copies the name of the record's sensor type, or "N/A", as strncpy does over `length` bytes. Returns `output`.
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output);
