@@ -1,8 +1,8 @@
 #include "hostdata/fillitem.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
 #include "frame/compat.h"
@@ -47,7 +47,7 @@ class LineReader {
   /// the next call.
   std::string_view Next() {
     if (filled_ - used_ < TEXT_LINE_MAX) Refill();
-    const std::string_view rest(buffer_.data() + used_, std::min<size_t>(filled_ - used_, TEXT_LINE_MAX));
+    const std::string_view rest(buffer_.get() + used_, std::min<size_t>(filled_ - used_, TEXT_LINE_MAX));
     const size_t newline = rest.find('\n');
     const std::string_view piece = newline == std::string_view::npos ? rest : rest.substr(0, newline + 1);
     used_ += piece.size();
@@ -56,14 +56,17 @@ class LineReader {
 
  private:
   void Refill() {
-    memmove(buffer_.data(), buffer_.data() + used_, filled_ - used_);
+    memmove(buffer_.get(), buffer_.get() + used_, filled_ - used_);
     filled_ -= used_;
     used_ = 0;
-    filled_ += fread(buffer_.data() + filled_, 1, buffer_.size() - filled_, file_.get());
+    filled_ += fread(buffer_.get() + filled_, 1, BUFFER_SIZE - filled_, file_.get());
   }
 
   File file_;
-  std::array<char, 16384> buffer_;
+  /// Bytes read at once. Too many for the stack of a host's thread.
+  static constexpr size_t BUFFER_SIZE = 65536;
+
+  std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
   size_t used_ = 0;
   size_t filled_ = 0;
 };

@@ -3,37 +3,42 @@
 #define KESTRUNE_PLATFORM_BOUNDEDTEXT_H_
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
+#include <span>
 #include <string_view>
 
-/// Up to Size - 1 characters and a NUL; what does not fit is dropped.
-template <size_t Size>
+/// Writes into a buffer, which must outlive it: what fits with a NUL behind it; the rest is dropped.
 class BoundedText {
  public:
-  BoundedText() { text_[0] = '\0'; }  // NOLINT(cppcoreguidelines-pro-type-member-init): the rest is written when used
+  /// The buffer has one byte at least.
+  explicit BoundedText(std::span<char> buffer) : buffer_(buffer) { buffer_[0] = '\0'; }
 
   void Append(std::string_view text) {
-    const size_t taken = std::min(text.size(), Size - 1 - length_);
-    memcpy(text_.data() + length_, text.data(), taken);
+    const size_t taken = std::min(text.size(), buffer_.size() - 1 - length_);
+    memcpy(buffer_.data() + length_, text.data(), taken);
     length_ += taken;
-    text_[length_] = '\0';
+    buffer_[length_] = '\0';
   }
 
-  /// Makes each `unwanted` character from position `start` on a blank.
-  void BlankOut(size_t start, char unwanted) {
-    char* at = text_.data() + start;
-    char* end = text_.data() + length_;
-    while ((at = static_cast<char*>(memchr(at, unwanted, static_cast<size_t>(end - at)))) != nullptr) *at = ' ';
+  /// Makes each `unwanted` character from position `begin` up to `end` a blank.
+  void BlankOut(char unwanted, size_t begin, size_t end) {
+    for (char* at = buffer_.data() + begin;; *at = ' ') {
+      const auto left = static_cast<size_t>(buffer_.data() + end - at);
+      at = static_cast<char*>(memchr(at, unwanted, left));
+      if (at == nullptr) return;
+    }
   }
 
   size_t Length() const { return length_; }
-  const char* Text() const { return text_.data(); }
-  std::string_view View() const { return {text_.data(), length_}; }
+
+  /// The part of the buffer behind the text, its NUL included, for a further writer...
+  std::span<char> Rest() const { return buffer_.subspan(length_); }
+  /// ...whose `length` characters then belong to the text.
+  void Take(size_t length) { length_ += length; }
 
  private:
-  std::array<char, Size> text_;
+  std::span<char> buffer_;
   size_t length_ = 0;
 };
 

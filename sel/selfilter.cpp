@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 #include <string_view>
 
 #include "platform/boundedtext.h"
@@ -81,6 +82,53 @@ Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint6
   return selection;
 }
 
+uint32_t ReadTime(const SELRecord& record) {
+  uint32_t time = 0;
+  for (size_t i = 0; i < sizeof(time); ++i) time |= static_cast<uint32_t>(record.at(RECORD_TIME + i)) << (8 * i);
+  return time;
+}
+
+/// Writes a time stamp as asctime does, without day of the week and year, but in UTC and in every locale alike. Returns
+/// its length, for which there must be room.
+size_t WriteTime(uint32_t stamp, std::span<char> text) {
+  static constexpr std::string_view MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec";
+  static constexpr std::string_view FORM = "Mmm dd hh:mm:ss";
+  const std::chrono::sys_seconds time{std::chrono::seconds{stamp}};
+  const auto midnight = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date{midnight};
+  const std::chrono::hh_mm_ss clock{time - midnight};
+  const auto put = [text](size_t column, auto number, char padding) {
+    const auto value = static_cast<unsigned int>(number);
+    text[column] = value < 10 ? padding : static_cast<char>('0' + value / 10);
+    text[column + 1] = static_cast<char>('0' + value % 10);
+  };
+  FORM.copy(text.data(), FORM.size());
+  MONTHS.copy(text.data(), 3, (static_cast<unsigned int>(date.month()) - 1) * 3);
+  put(4, static_cast<unsigned int>(date.day()), ' ');
+  put(7, clock.hours().count(), '0');
+  put(10, clock.minutes().count(), '0');
+  put(13, clock.seconds().count(), '0');
+  return FORM.size();
+}
+
+/// Writes a record's line, as FormatSELLine does, and returns its length.
+size_t WriteLine(const SELRecord& record, char* line) {
+  BoundedText text({line, SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1});
+  text.Take(WriteTime(ReadTime(record), text.Rest()));
+  text.Append("|");
+  const size_t name = text.Length();
+  text.Append(FindSensorName(record).text.substr(0, SENSOR_COLUMN_MAX));
+  const size_t nameEnd = text.Length();
+  text.Append("|");
+  text.Take(Describe(record, text.Rest()));
+  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
+  text.BlankOut('|', name, nameEnd);
+  text.BlankOut('\n', name, text.Length());
+  // The newline has its place even where the description was cut.
+  memcpy(line + text.Length(), "\n", 2);
+  return text.Length() + 1;
+}
+
 /// The lines of a request, each SEL_LINE_SIZE bytes at most.
 class SELText {
  public:
@@ -96,8 +144,7 @@ class SELText {
   void Append(std::string_view origin, const SELRecord& record) {
     char* line = text_.get() + used_;
     memcpy(line, origin.data(), origin.size());
-    FormatSELLine(&record, line + origin.size());
-    used_ += strlen(line);
+    used_ += origin.size() + WriteLine(record, line + origin.size());
     ++lines_;
   }
 
@@ -157,38 +204,6 @@ void CopyLogFile(const char* file, TemporaryFile& copy) {
   if (IsReadable(file) && IsRegularFile(file) && copy.Make()) RunCommand(COPY_COMMAND, file, copy.Path());
 }
 
-uint32_t ReadTime(const SELRecord& record) {
-  uint32_t time = 0;
-  for (size_t i = 0; i < sizeof(time); ++i) time |= static_cast<uint32_t>(record.at(RECORD_TIME + i)) << (8 * i);
-  return time;
-}
-
-/// Appends a time stamp as asctime writes it, without day of the week and year, but in UTC and in every locale alike.
-template <size_t Size>
-void AppendTime(BoundedText<Size>& text, uint32_t stamp) {
-  static constexpr std::array<std::string_view, 12> MONTHS{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const std::chrono::sys_seconds time{std::chrono::seconds{stamp}};
-  const auto midnight = std::chrono::floor<std::chrono::days>(time);
-  const std::chrono::year_month_day date{midnight};
-  const std::chrono::hh_mm_ss clock{time - midnight};
-  const auto twoDigits = [](auto number, char padding) {
-    const auto value = static_cast<unsigned int>(number);
-    return std::array<char, 2>{value < 10 ? padding : static_cast<char>('0' + value / 10),
-                               static_cast<char>('0' + value % 10)};
-  };
-  const auto append = [&text](const std::array<char, 2>& digits) { text.Append({digits.data(), digits.size()}); };
-  text.Append(MONTHS.at(static_cast<unsigned int>(date.month()) - 1));
-  text.Append(" ");
-  append(twoDigits(static_cast<unsigned int>(date.day()), ' '));
-  text.Append(" ");
-  append(twoDigits(clock.hours().count(), '0'));
-  text.Append(":");
-  append(twoDigits(clock.minutes().count(), '0'));
-  text.Append(":");
-  append(twoDigits(clock.seconds().count(), '0'));
-}
-
 }  // namespace
 
 uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* end) {
@@ -213,19 +228,6 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
 }
 
 int FormatSELLine(const SELRecord* record, char* line) {
-  BoundedText<SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1> text;
-  AppendTime(text, ReadTime(*record));
-  text.Append("|");
-  const size_t name = text.Length();
-  text.Append(FindSensorName(*record).text.substr(0, SENSOR_COLUMN_MAX));
-  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  text.BlankOut(name, '|');
-  text.Append("|");
-  text.Append(Describe(*record).View());
-  text.BlankOut(name, '\n');
-  // The newline has its place even where the description was cut.
-  const std::string_view whole = text.View();
-  memcpy(line, whole.data(), whole.size());
-  memcpy(line + whole.size(), "\n", 2);
+  WriteLine(*record, line);
   return 1;
 }

@@ -7,6 +7,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <future>
 #include <thread>
 
 #include "tests/support/model.h"
@@ -68,6 +69,25 @@ TEST_F(GuestTest, CommandsInheritNoDescriptor) {
   UseEverything();
   for (const std::string name : {"sort", "wc", "cat"})
     EXPECT_EQ(machine::ReadFile("/usr/zarp/open." + name), inherited);
+}
+
+/// The host's other threads start processes too, and these must not get hold of what the module has open.
+TEST_F(GuestTest, WhatIsOpenMeanwhileClosesInOtherProcesses) {
+  machine::Commands commands;
+  commands.Before("wc", "while [ ! -e /usr/zarp/seen ]; do : >/usr/zarp/counting; done");
+  Start();
+  const std::set<int> before = machine::OpenDescriptors();
+  auto request = std::async(std::launch::async, [this] { return Query(Load(), Group(LOG_MESSAGES)).count; });
+  while (access("/usr/zarp/counting", F_OK) != 0) std::this_thread::yield();
+  int opened = 0;
+  for (const int descriptor : machine::OpenDescriptors()) {
+    if (before.contains(descriptor)) continue;
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+    ++opened;
+  }
+  machine::WriteFile("/usr/zarp/seen", "");
+  EXPECT_EQ(request.get(), 3U);
+  EXPECT_EQ(opened, 1) << "the pipe";
 }
 
 TEST_F(GuestTest, ThreadsTakeTurns) {

@@ -1,4 +1,6 @@
 /// The controller's log through its history: which entries the module asks for, what it keeps, what it reports.
+#include <new>
+
 #include "tests/support/sel.h"
 
 namespace {
@@ -79,6 +81,19 @@ TEST_F(SELTest, Histories) {
     }
     EXPECT_EQ(module.SPUninitialize(), 1);  // which forgets the log
   }
+}
+
+TEST_F(SELTest, MemoryThatRunsOutLosesAndDoublesNothing) {
+  const HostModule& module = Start();
+  for (const char* log : {"1a 2b 3c 4d", "1w 2x 3y 4z"}) {
+    Host().sel = MakeChain(log);
+    Host().on_call = [](const std::string& call) {
+      if (call == "gmGetIPMIEntry 3") throw std::bad_alloc();
+    };
+    EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).Head(), (std::array<uint32_t, 4>{1, 0, 0, 0})) << "like an empty log";
+    Host().on_call = nullptr;
+  }
+  EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).rows, PlainRows(1, 0, "wxyz"));
 }
 
 }  // namespace

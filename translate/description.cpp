@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "platform/boundedtext.h"
 #include "translate/sensor.h"
 #include "translate/tables.h"
 
@@ -41,14 +42,14 @@ constexpr std::array<NumberToken, 10> NUMBER_TOKENS{{
     {"3l7", RECORD_EVENT_DATA_3, 0, 0x7F},
 }};
 
-void AppendNumber(Description& expansion, uint64_t number) {
+void AppendNumber(BoundedText& expansion, uint64_t number) {
   std::array<char, 20> digits{};
   const std::to_chars_result written = std::to_chars(digits.data(), digits.data() + digits.size(), number);
   const auto length = static_cast<size_t>(written.ptr - digits.data());
   expansion.Append({digits.data(), std::min(length, NUMBER_LENGTH_MAX)});
 }
 
-void AppendToken(Description& expansion, std::string_view token, const SELRecord& record) {
+void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord& record) {
   if (token == "di") {
     expansion.Append(FindSensorName(record).text);
     return;
@@ -62,7 +63,7 @@ void AppendToken(Description& expansion, std::string_view token, const SELRecord
   AppendNumber(expansion, static_cast<uint64_t>(record.at(found->byte) >> found->shift) & found->mask);
 }
 
-void Expand(Description& expansion, std::string_view text, const SELRecord& record) {
+void Expand(BoundedText& expansion, std::string_view text, const SELRecord& record) {
   while (true) {
     const size_t open = text.find('|');
     expansion.Append(text.substr(0, open));
@@ -76,7 +77,7 @@ void Expand(Description& expansion, std::string_view text, const SELRecord& reco
 }
 
 /// What is said of a record that no row fits.
-void DumpRecord(Description& dump, const SELRecord& record) {
+void DumpRecord(BoundedText& dump, const SELRecord& record) {
   constexpr std::string_view DIGITS = "0123456789ABCDEF";
   dump.Append("Unspecified event! Hex dump :");
   for (const uint8_t byte : record) {
@@ -87,8 +88,8 @@ void DumpRecord(Description& dump, const SELRecord& record) {
 
 }  // namespace
 
-Description Describe(const SELRecord& record) {
-  Description description;
+size_t Describe(const SELRecord& record, std::span<char> buffer) {
+  BoundedText description(buffer.first(std::min(buffer.size(), DESCRIPTION_MAX + 1)));
   const uint8_t sensorType = record[RECORD_SENSOR_TYPE];
   const uint8_t eventData1 = record[RECORD_EVENT_DATA_1];
   if (const char* text = FindOffsetText(sensorType, eventData1 & EVENT_OFFSET_MASK)) {
@@ -99,9 +100,11 @@ Description Describe(const SELRecord& record) {
   } else {
     DumpRecord(description, record);
   }
-  return description;
+  return description.Length();
 }
 
 char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
-  return strncpy(output, Describe(*record).Text(), length);
+  std::array<char, DESCRIPTION_MAX + 1> description;
+  Describe(*record, description);
+  return strncpy(output, description.data(), length);
 }

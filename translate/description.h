@@ -15,18 +15,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
-#include "platform/boundedtext.h"
 #include "platform/nubo.h"
 
 /// Longest description, without its NUL.
 inline constexpr size_t DESCRIPTION_MAX = 159;
 
-using Description = BoundedText<DESCRIPTION_MAX + 1>;
-
-/// The description of a record: the sensor type's text for the event offset, else the expanded template of the event,
-/// else a hex dump. The event's direction makes no difference. Throws std::bad_alloc.
-Description Describe(const SELRecord& record);
+/// Writes the description of a record into `buffer`, at most DESCRIPTION_MAX characters and a NUL, and returns its
+/// length: the sensor type's text for the event offset, else the expanded template of the event, else a hex dump. The
+/// event's direction makes no difference. Throws std::bad_alloc.
+size_t Describe(const SELRecord& record, std::span<char> buffer);
 
 /// Copies the description of `record` to `output`, as strncpy does over `length` bytes, and returns `output`. Throws
 /// std::bad_alloc.
