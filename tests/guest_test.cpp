@@ -50,10 +50,12 @@ std::string ProcessState() {
 }
 
 TEST_F(GuestTest, TheProcessStaysAsItWas) {
+  const mode_t mask = umask(0137);  // one that nobody would choose
   const std::string before = ProcessState();
   UseEverything();
   Unload();
   EXPECT_EQ(ProcessState(), before);
+  umask(mask);
 }
 
 TEST_F(GuestTest, CommandsInheritNoDescriptor) {
