@@ -2,12 +2,15 @@
 #include "standin/module.h"
 
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <string_view>
+#include <vector>
 
 #include "standin/failure.h"
 #include "standin/machine.h"
@@ -54,6 +57,23 @@ class StreamGuard {
   FILE* filter_ = nullptr;
 };
 
+/// Refuses a file that ends before its last segment, one half downloaded, say: the loader maps such a file and then
+/// dies of it. What is no such file at all is left to the loader.
+void ExpectWhole(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  ElfW(Ehdr) header{};
+  if (!file.read(reinterpret_cast<char*>(&header), sizeof(header))) return;
+  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_phentsize != sizeof(ElfW(Phdr))) return;
+  std::vector<ElfW(Phdr)> segments(header.e_phnum);
+  const auto size = static_cast<std::streamsize>(segments.size() * sizeof(segments[0]));
+  file.seekg(static_cast<std::streamoff>(header.e_phoff));
+  bool is_whole = static_cast<bool>(file.read(reinterpret_cast<char*>(segments.data()), size));
+  file.seekg(0, std::ios::end);
+  const auto end = static_cast<uint64_t>(file.tellg());
+  for (const ElfW(Phdr) & segment : segments) is_whole &= segment.p_offset + segment.p_filesz <= end;
+  if (!is_whole) throw Failure(kRequestFailed, "'" + path + "' is no module: it ends too early");
+}
+
 template <typename Pointer>
 Pointer Resolve(void* handle, const char* name, const std::string& path) {
   void* symbol = dlsym(handle, name);
@@ -69,6 +89,7 @@ Module::Module(const std::string& path) {
   const StreamGuard guard;
   // A bare name is a file here, too, and not to be searched for in the library path.
   const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+  ExpectWhole(file);
   handle_.reset(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (handle_ == nullptr) throw Failure(kRequestFailed, std::string("cannot load the module: ") + dlerror());
 
