@@ -7,7 +7,7 @@
 
 #include <clocale>
 #include <csignal>
-#include <future>
+#include <functional>
 #include <thread>
 
 #include "tests/support/model.h"
@@ -28,6 +28,21 @@ class GuestTest : public ModuleTest {
     for (uint32_t id = LOG_APPLICATION; id <= LOG_SEL; ++id) FetchRange(Load(), Group(id), 1, 2, 2);
     Send(Load(), {SP_PROPERTY, Type(CONFIG_TYPE_LOG, 0), 5, true});
     EXPECT_EQ(Load().SPUninitialize(), 1);
+  }
+
+  /// Sends a request from a thread of its own, does `meanwhile` with it while a command runs for the request, and
+  /// waits.
+  void AskAndMeanwhile(const std::function<void(pthread_t)>& meanwhile) {
+    machine::Commands commands;
+    commands.Before("wc", "while [ ! -e /usr/zarp/seen ]; do : >/usr/zarp/counting; done");
+    std::thread thread([this] {
+      EXPECT_EQ(Query(Load(), Group(LOG_MESSAGES)).count, 3U);
+      pthread_testcancel();
+    });
+    while (access("/usr/zarp/counting", F_OK) != 0) std::this_thread::yield();
+    meanwhile(thread.native_handle());
+    machine::WriteFile("/usr/zarp/seen", "");
+    thread.join();
   }
 };
 
@@ -75,21 +90,26 @@ TEST_F(GuestTest, CommandsInheritNoDescriptor) {
 
 /// The host's other threads start processes too, and these must not get hold of what the module has open.
 TEST_F(GuestTest, WhatIsOpenMeanwhileClosesInOtherProcesses) {
-  machine::Commands commands;
-  commands.Before("wc", "while [ ! -e /usr/zarp/seen ]; do : >/usr/zarp/counting; done");
   Start();
   const std::set<int> before = machine::OpenDescriptors();
-  auto request = std::async(std::launch::async, [this] { return Query(Load(), Group(LOG_MESSAGES)).count; });
-  while (access("/usr/zarp/counting", F_OK) != 0) std::this_thread::yield();
   int opened = 0;
-  for (const int descriptor : machine::OpenDescriptors()) {
-    if (before.contains(descriptor)) continue;
-    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
-    ++opened;
-  }
-  machine::WriteFile("/usr/zarp/seen", "");
-  EXPECT_EQ(request.get(), 3U);
+  AskAndMeanwhile([&](pthread_t) {
+    for (const int descriptor : machine::OpenDescriptors()) {
+      if (before.contains(descriptor)) continue;
+      EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
+      ++opened;
+    }
+  });
   EXPECT_EQ(opened, 1) << "the pipe";
+}
+
+TEST_F(GuestTest, AThreadThatIsCancelledEndsBehindItsRequest) {
+  Start();
+  AskAndMeanwhile([](pthread_t thread) { EXPECT_EQ(pthread_cancel(thread), 0); });
+  EXPECT_EQ(NewInTmp(), std::set<std::string>{"._kestrune_cache"});
+  alarm(60);  // a request that waits for the lock ends the test
+  EXPECT_EQ(Query(Load(), Group(LOG_MESSAGES)).count, 3U);
+  alarm(0);
 }
 
 TEST_F(GuestTest, ThreadsTakeTurns) {
