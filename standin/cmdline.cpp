@@ -1,6 +1,8 @@
 /// cmdline.cpp: the command line of kestrune-host, and what to say of one that is wrong.
 #include "standin/cmdline.h"
 
+#include <sys/auxv.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
@@ -21,9 +23,9 @@ namespace {
 std::string DefaultModule() {
   const char* path = std::getenv("KESTRUNE_MODULE");
   if (path != nullptr && *path != '\0') return path;
+  const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // known without /proc, too
   std::error_code error;
-  const std::filesystem::path above =
-      std::filesystem::read_symlink("/proc/self/exe", error).parent_path().parent_path();
+  const std::filesystem::path above = std::filesystem::canonical(program, error).parent_path().parent_path();
   const std::filesystem::path installed = above / KESTRUNE_INSTALLED_MODULE;
   return std::filesystem::exists(installed, error) ? installed : above / KESTRUNE_BUILT_MODULE;
 }
