@@ -199,6 +199,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, 1, 3, ""},
+      {"sort", "$real \"$@\" | sed -n 1p; exit", LOG_MESSAGES, 1, 0, kFormatError},
       {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
       // The result vanishes once it was counted, which is done after the second file was removed.
       {"wc", "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi", LOG_MESSAGES, 0, 3,
