@@ -78,10 +78,11 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
     SeedCopy();
     return Fetch(module, Group(LOG_SEL), 4);
   };
-  for (const std::string kind : {"link", "hard link", "FIFO", "stranger's file", "folder"}) {
+  for (const std::string kind : {"link", "dangling link", "hard link", "FIFO", "stranger's file", "folder"}) {
     SCOPED_TRACE(kind);
     machine::WriteFile(victim, "victim");
     if (kind == "link") machine::PlantLink(copy, victim);
+    if (kind == "dangling link") machine::PlantLink(copy, "/tmp/target");
     if (kind == "hard link") machine::PlantHardLink(copy, victim);
     if (kind == "FIFO") machine::PlantFIFO(copy);
     if (kind == "stranger's file") machine::PlantStrangersFile(copy);
