@@ -48,7 +48,8 @@ class SoakTest : public SELTest {
   }
 
  private:
-  const machine::ScopedVariable names_{"RESMGR_NAMES", "2001=CPU0 Temp"};
+  /// A long name, so that its loss would show.
+  const machine::ScopedVariable names_{"RESMGR_NAMES", ("2001=" + std::string(200, 'n')).c_str()};
 };
 
 /// One request of a thread's mix, checked as far as a log that changes allows: what is announced is there, and is
