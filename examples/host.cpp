@@ -4,6 +4,7 @@
 ///   kestrune-example-host MODULE [NUMBER-OF-LINES]
 #include <dlfcn.h>
 
+#include <clocale>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -26,7 +27,7 @@ __attribute__((format(printf, 2, 3))) void Output(int level, const char* format,
 int GeneralOSSupportChecking() { return 1; }
 int GetOSDist() { return 0; }
 
-int gmInitialize() { return 1; }
+int gmInitialize() { return 0; }
 int gmUninitialize() { return 1; }
 int gmGetIPMIInfo(void* /*info*/) { return 0; }
 int gmGetProperty(const char* /*name*/, uint32_t* /*size*/, char* /*buffer*/) { return 0; }
@@ -104,9 +105,10 @@ void PrintNewest(const Module& module, uint16_t log, uint32_t lines) {
   identifier.id.group.wConfigGroupID = log;
   tagITEMRANGE range{1, lines, 0, 0};
   if (!module.Get(SP_CONFIGITEMEX, &identifier, &range, nullptr)) Module::Fail("the log cannot be counted");
+  if (range.dwCount == 0) return;
   // The log may grow between the two calls, but the range does not.
-  std::vector<tagCONFIGITEM> items(lines);
-  range = {1, lines, 0, lines};
+  std::vector<tagCONFIGITEM> items(range.dwCount);
+  range = {1, range.dwCount, 0, range.dwCount};
   if (!module.Get(SP_CONFIGITEMEX, &identifier, &range, items.data())) Module::Fail("the log cannot be read");
   items.resize(range.dwCount);
   for (const tagCONFIGITEM& item : items) {
@@ -120,6 +122,7 @@ void PrintNewest(const Module& module, uint16_t log, uint32_t lines) {
 
 int main(int argc, char** argv) {
   if (argc < 2) Module::Fail("usage: kestrune-example-host MODULE [NUMBER-OF-LINES]");
+  setlocale(LC_CTYPE, "");  // the encoding of the logs
   const uint32_t lines = argc > 2 ? static_cast<uint32_t>(strtoul(argv[2], nullptr, 10)) : 5;
   const Module module(argv[1]);
   uint16_t shown = 0;

@@ -64,8 +64,7 @@ BSTR TextWidener::Widen(std::string_view text) const {
   }
   const std::unique_ptr<char[]> terminated(new (std::nothrow) char[text.size() + 1]);
   if (terminated == nullptr) return nullptr;
-  memcpy(terminated.get(), text.data(), text.size());
-  terminated[text.size()] = '\0';
+  terminated[text.copy(terminated.get(), text.size())] = '\0';
   return WidenAny(terminated.get());
 }
 

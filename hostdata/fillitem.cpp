@@ -55,6 +55,9 @@ class LineReader {
   }
 
  private:
+  /// Bytes read at once. Too many for the stack of a host's thread.
+  static constexpr size_t BUFFER_SIZE = 65536;
+
   void Refill() {
     memmove(buffer_.get(), buffer_.get() + used_, filled_ - used_);
     filled_ -= used_;
@@ -63,9 +66,6 @@ class LineReader {
   }
 
   File file_;
-  /// Bytes read at once. Too many for the stack of a host's thread.
-  static constexpr size_t BUFFER_SIZE = 65536;
-
   std::unique_ptr<char[]> buffer_ = std::make_unique_for_overwrite<char[]>(BUFFER_SIZE);
   size_t used_ = 0;
   size_t filled_ = 0;

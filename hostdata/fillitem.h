@@ -26,7 +26,7 @@ inline constexpr uint32_t TEXT_LINE_MAX = 510;
 /// filled before keep their entries.
 int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint32_t maxCount, const char* resultFile);
 
-/// Fills one item per newline-terminated line of `selText`, which is cut in place: date, time, description, sensor,
+/// Fills one item per newline-terminated line of `selText`, which may be changed: date, time, description, sensor,
 /// origin. Returns 1. Otherwise as above.
 int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint32_t maxCount, char* selText);
 

@@ -8,7 +8,7 @@ self=script/$(basename "$0")
 build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev bubblewrap)
 demo_packages=("${build_packages[@]}" socat)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
-package_packages=("${build_packages[@]}" dpkg-dev file)
+package_packages=(dpkg-dev file)  # beside those to build
 test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev pkg-config)
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 

@@ -25,7 +25,8 @@ std::string DefaultModule() {
   if (path != nullptr && *path != '\0') return path;
   const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // known without /proc, too
   std::error_code error;
-  const std::filesystem::path above = std::filesystem::canonical(program, error).parent_path().parent_path();
+  const auto path_of_program = std::filesystem::canonical(program != nullptr ? program : "", error);
+  const std::filesystem::path above = path_of_program.parent_path().parent_path();
   const std::filesystem::path installed = above / KESTRUNE_INSTALLED_MODULE;
   return std::filesystem::exists(installed, error) ? installed : above / KESTRUNE_BUILT_MODULE;
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string_view>
 #include <vector>
@@ -60,6 +61,10 @@ class StreamGuard {
 /// Refuses a file that ends before its last segment, one half downloaded, say: the loader maps such a file and then
 /// dies of it. What is no such file at all is left to the loader.
 void ExpectWhole(const std::string& path) {
+  std::error_code error;
+  if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
+    throw Failure(kRequestFailed, "'" + path + "' is no module: it is no regular file");
+  }
   std::ifstream file(path, std::ios::binary);
   ElfW(Ehdr) header{};
   if (!file.read(reinterpret_cast<char*>(&header), sizeof(header))) return;

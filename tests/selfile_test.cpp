@@ -1,4 +1,5 @@
 /// The SEL log file: when it counts, what of it is listed, and the ranges over the controller's records and its own.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -78,6 +79,13 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
     SeedCopy();
     return Fetch(module, Group(LOG_SEL), 4);
   };
+  const mode_t mask = umask(0);
+  Host().on_call = [&copy](const std::string& call) {
+    struct stat status {};
+    if (call == "gmExitMutex" && stat(copy.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+      EXPECT_EQ(status.st_mode & 07777, 0600U);
+    }
+  };
   for (const std::string kind : {"link", "dangling link", "hard link", "FIFO", "stranger's file", "folder"}) {
     SCOPED_TRACE(kind);
     machine::WriteFile(victim, "victim");
@@ -95,6 +103,7 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
     machine::Remove(victim);
     machine::Remove(copy);
   }
+  umask(mask);
   for (const bool cut : {false, true}) {
     Host().on_call = [&copy, cut](const std::string& call) {
       if (call == "gmExitMutex") cut ? machine::WriteFile(copy, "short") : machine::Remove(copy);

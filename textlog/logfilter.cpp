@@ -2,6 +2,7 @@
 
 #include <stdlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -49,8 +50,8 @@ class WorkFiles {
   void MakeFirst() { MakeOrThrow(work_); }
   void MakeSecond() { MakeOrThrow(second_); }
 
-  /// Whether the work file holds at least as much as the second one, from which it was made.
-  bool IsFirstWhole() const { return SizeOf(Path()) >= SizeOf(second_.Path()); }
+  /// Whether the second file holds at least as much as the work file, of which it was made.
+  bool IsSecondWhole() const { return SizeOf(second_.Path()) >= SizeOf(Path()); }
 
   /// The caller of the filter removes the work file.
   void HandOn() { work_.HandOn(); }
@@ -71,23 +72,38 @@ bool Fits(const char* logFile, const char* keyword, const char* work) {
          (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
 }
 
+/// Whether a file has as many newlines.
+bool HasLines(const char* path, int lines) {
+  const File file = OpenForReading(path);
+  std::array<char, 4096> piece{};
+  while (file != nullptr && lines > 0) {
+    const size_t size = fread(piece.data(), 1, piece.size(), file.get());
+    if (size == 0) break;
+    lines -= static_cast<int>(std::count(piece.begin(), piece.begin() + size, '\n'));
+  }
+  return lines <= 0;
+}
+
 /// Brings the filter cache up to date if it belongs to another log or is gone.
 void RefreshCache(const char* logFile) {
   const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
   if (isSameLog && filterCache.IsOurs() && IsReadable(CACHE_FILE)) return;
   memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
-  off_t whole = SizeOf(logFile);
+  const off_t before = SizeOf(logFile);
   const uint64_t lines = CountFileLines(logFile);
   if (!filterCache.Make()) return;
+  bool isWhole = false;
   if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
+    const off_t after = SizeOf(logFile);  // less where the log was rotated meanwhile
+    isWhole = after >= 0 && SizeOf(CACHE_FILE) >= std::min(before, after);
   } else {
     RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
-    whole = LOG_MAX_LINES;  // a byte each at least
+    isWhole = HasLines(CACHE_FILE, LOG_MAX_LINES - 1);  // the last may not have ended yet
   }
   // A copy cut short is no copy: the log is read again next time.
-  if (SizeOf(CACHE_FILE) < whole) ClearName(CACHE_FILE);
+  if (!isWhole) ClearName(CACHE_FILE);
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
@@ -117,7 +133,9 @@ void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
   } else {
     RunCommand("grep %s %s > %s1 %s", keyword, work, work, QUIET);
   }
+  const bool isWhole = keyword != nullptr || files.IsSecondWhole();
   RunCommand("mv -f %s1 %s %s", work, work, QUIET);
+  if (!isWhole) files.MakeFirst();
 }
 
 /// Writes the lines wanted into the work file, newest first, and returns their number, which is 0 for an empty range.
@@ -130,14 +148,14 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
     Debug("Dbg (%s:LogFilter): empty file!\n");
     throw 1;
   }
+  uint64_t wanted = lines;
   // A day of the month that is padded with a blank gets a zero instead.
   if (begin == nullptr || end == nullptr) {
     files.MakeSecond();
     RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", work, work);
   } else {
-    uint64_t count = 0;
-    CompareRange(begin, end, lines, &count);
-    if (count == 0) return 0;
+    CompareRange(begin, end, lines, &wanted);
+    if (wanted == 0) return 0;
     const uint64_t first = lines - *end + 1;
     const uint64_t last = lines - *begin + 1;
     *begin = first;
@@ -148,10 +166,9 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
   }
   files.MakeFirst();  // so that nothing unsorted is left in it
   RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
-  const bool isWhole = files.IsFirstWhole();
   RunCommand("rm -f %s1 %s", work, QUIET);
-  const uint64_t listed = isWhole ? files.CountLines() : 0;
-  if (listed == 0) {
+  const uint64_t listed = files.CountLines();
+  if (listed == 0 || listed < wanted) {  // none, or cut short
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
   }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <ctime>
+#include <utility>
 
 #include "platform/message.h"
 #include "platform/privatefile.h"
@@ -29,10 +30,11 @@ class Names {
   explicit Names(const char* list) { memcpy(list_.data(), list, strlen(list) + 1); }
 
   /// The next name, or null behind the last.
-  const char* Take() { return strtok_r(rest_ == nullptr ? list_.data() : nullptr, " ", &rest_); }
+  const char* Take() { return strtok_r(std::exchange(start_, nullptr), " ", &rest_); }
 
  private:
   std::array<char, SHELL_LINE_SIZE> list_{};
+  char* start_ = list_.data();
   char* rest_ = nullptr;
 };
 
@@ -84,10 +86,10 @@ int LogMerger(char* fileList, const char* target) {
   char* rest = nullptr;
   for (const char* name = strtok_r(fileList, " ", &rest); name != nullptr; name = strtok_r(nullptr, " ", &rest)) {
     if (access(name, F_OK) != 0 || IsFIFO(name)) continue;
-    if (IsRegularFile(name)) merged += SizeOf(name);
+    if (IsRegularFile(name) && IsReadable(name)) merged += SizeOf(name);
     RunCommand(APPEND_COMMAND, name, target);
   }
-  // What a command could not append is tried again next time.
-  if (SizeOf(target) < merged) lastMergeTime = 0;
+  // One cut short is no merged log: it is missing until the next request makes it.
+  if (SizeOf(target) < merged) ClearName(target);
   return 0;
 }

@@ -22,9 +22,9 @@
 /// Longest description, without its NUL.
 inline constexpr size_t DESCRIPTION_MAX = 159;
 
-/// Writes the description of a record into `buffer`, at most DESCRIPTION_MAX characters and a NUL, and returns its
-/// length: the sensor type's text for the event offset, else the expanded template of the event, else a hex dump. The
-/// event's direction makes no difference. Throws std::bad_alloc.
+/// Writes the description of a record into `buffer`, which has one byte at least: at most DESCRIPTION_MAX characters
+/// and a NUL. Returns its length: the sensor type's text for the event offset, else the expanded template of the event,
+/// else a hex dump. The event's direction makes no difference. Throws std::bad_alloc.
 size_t Describe(const SELRecord& record, std::span<char> buffer);
 
 /// Copies the description of `record` to `output`, as strncpy does over `length` bytes, and returns `output`. Throws

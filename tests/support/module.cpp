@@ -25,7 +25,9 @@ bool IsUntouched(const tagCONFIGITEM& item) {
 
 std::string ToText(const tagVARIANT& value) {
   if (value.vt == VT_I4) return std::to_string(value.value.llVal);
-  if (value.vt != VT_BSTR || value.value.bstrVal == nullptr) return "(type " + std::to_string(value.vt) + ")";
+  if (value.vt != VT_BSTR || value.value.bstrVal == nullptr) {
+    return "(type " + std::to_string(value.vt) + ": " + std::to_string(value.value.ullVal) + ")";
+  }
   const size_t length = std::wcslen(value.value.bstrVal);
   // A second zero follows the terminator of a converted text; only that of an invalid text, which is empty, lacks it.
   EXPECT_TRUE(length == 0 || value.value.bstrVal[length + 1] == 0);
