@@ -7,8 +7,8 @@
 #include <time.h>
 
 #include <cstring>
-#include <memory>
 #include <new>
+#include <string>
 
 namespace {
 
@@ -43,9 +43,8 @@ bool WidenASCII(std::string_view text, wchar_t* wide) {
 /// As mbstowcs has it.
 BSTR WidenAny(const char* text) {
   const size_t length = mbstowcs(nullptr, text, 0);
-  if (length == static_cast<size_t>(-1)) return new (std::nothrow) wchar_t[1]();
-  BSTR string = new (std::nothrow) wchar_t[length + 2]();
-  if (string == nullptr) return nullptr;
+  if (length == static_cast<size_t>(-1)) return new wchar_t[1]();
+  BSTR string = new wchar_t[length + 2]();
   mbstowcs(string, text, length + 2);
   string[length + 1] = 0;  // also where another thread has changed the locale in between
   return string;
@@ -58,14 +57,11 @@ TextWidener::TextWidener() : isASCIIPlain_(IsASCIIPlain()) {}
 BSTR TextWidener::Widen(std::string_view text) const {
   if (isASCIIPlain_) {
     // Log lines are plain ASCII but for a few, so one pass over the text usually does.
-    BSTR string = new (std::nothrow) wchar_t[text.size() + 2];
-    if (string == nullptr || WidenASCII(text, string)) return string;
+    BSTR string = new wchar_t[text.size() + 2];
+    if (WidenASCII(text, string)) return string;
     delete[] string;
   }
-  const std::unique_ptr<char[]> terminated(new (std::nothrow) char[text.size() + 1]);
-  if (terminated == nullptr) return nullptr;
-  terminated[text.copy(terminated.get(), text.size())] = '\0';
-  return WidenAny(terminated.get());
+  return WidenAny(std::string(text).c_str());
 }
 
 BSTR SysAllocString(const wchar_t* text) {
@@ -76,7 +72,13 @@ BSTR SysAllocString(const wchar_t* text) {
   return string;
 }
 
-BSTR SysAllocString(const char* text) { return text == nullptr ? nullptr : TextWidener().Widen(text); }
+BSTR SysAllocString(const char* text) {
+  try {
+    return text == nullptr ? nullptr : TextWidener().Widen(text);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
 
 int64_t VariantCopy(tagVARIANT* destination, const tagVARIANT* source) {
   *destination = *source;
@@ -119,9 +121,10 @@ void AssignInteger(tagVARIANT& variant, int64_t value) {
 
 void AssignString(tagVARIANT& variant, std::string_view text, const TextWidener& widener) {
   ReleaseVariant(variant);
-  variant.vt = VT_BSTR;
-  variant.value.bstrVal = widener.Widen(text);
-  if (variant.value.bstrVal == nullptr) {
+  try {
+    variant.value.bstrVal = widener.Widen(text);
+    variant.vt = VT_BSTR;
+  } catch (const std::bad_alloc&) {
     variant.vt = VT_ERROR;
     variant.value.ullVal = KESTRUNE_OUT_OF_MEMORY;
   }

@@ -13,8 +13,8 @@ class TextWidener {
  public:
   TextWidener();
 
-  /// A new wide string of `text`, which holds no NUL, to be freed with array delete: the empty string where the text is
-  /// invalid in the locale, null where there is no memory.
+  /// A new wide string of `text`, which holds no NUL, to be freed with array delete; the empty string where the text is
+  /// invalid in the locale. Throws std::bad_alloc.
   BSTR Widen(std::string_view text) const;
 
  private:
