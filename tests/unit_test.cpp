@@ -1,4 +1,4 @@
-/// What no request reaches: the long call form, ranges and keywords of the filter, names that are too long, the text of
+/// What no request reaches: the long call form, keywords of the filter, names that are too long, the text of
 /// the sensor ID table, and the bridge to a resource manager that fails.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -68,25 +68,6 @@ TEST_F(UnitTest, CallFormsOfTheDispatcher) {
     EXPECT_EQ(called, c.called);
   }
   EXPECT_EQ(Dispatch(&table[6], 1, "E", nullptr, nullptr, nullptr), 0) << "an empty table";
-}
-
-TEST_F(UnitTest, RangesAreClampedToTheLinesThereAre) {
-  constexpr uint64_t kHuge = ~uint64_t{0};
-  const std::vector<std::pair<Numbers, Numbers>> cases = {
-      // begin, end, total; result, begin, end, count
-      {{0, 0, 10}, {0, 1, 10, 10}},     {{1, 10, 10}, {0, 1, 10, 10}},
-      {{5, 500, 10}, {0, 5, 10, 6}},    {{10, 10, 10}, {0, 10, 10, 1}},
-      {{10, 0, 10}, {0, 10, 10, 1}},    {{0, 3, 10}, {0, 1, 3, 3}},
-      {{11, 3, 10}, {0, 11, 3, 0}},     {{11, 0, 10}, {0, 11, 0, 0}},
-      {{0, 0, 0}, {0, 0, 0, 0}},        {{2, 1, 0}, {0, 2, 1, 0}},
-      {{7, 3, 10}, {1, 7, 3, 0}},       {{kHuge, kHuge, 10}, {0, kHuge, kHuge, 0}},
-      {{1, kHuge, 10}, {0, 1, 10, 10}}, {{0, 0, kHuge}, {0, 1, kHuge, kHuge}}};
-  for (const auto& [given, left] : cases) {
-    uint64_t begin = given[0], end = given[1], count = 77;
-    const auto result = static_cast<uint64_t>(CompareRange(&begin, &end, given[2], &count));
-    EXPECT_EQ((Numbers{result, begin, end, count}), left);
-    EXPECT_EQ(TakeLines().size(), result);
-  }
 }
 
 TEST_F(UnitTest, KeywordsSelectLines) {
