@@ -102,7 +102,7 @@ size_t WriteTime(uint32_t stamp, std::span<char> text) {
     text[column + 1] = static_cast<char>('0' + value % 10);
   };
   FORM.copy(text.data(), FORM.size());
-  MONTHS.copy(text.data(), 3, (static_cast<unsigned int>(date.month()) - 1) * 3);
+  MONTHS.copy(text.data(), 3, 3 * (size_t{static_cast<unsigned int>(date.month())} - 1));
   put(4, static_cast<unsigned int>(date.day()), ' ');
   put(7, clock.hours().count(), '0');
   put(10, clock.minutes().count(), '0');

@@ -23,7 +23,8 @@ namespace {
 std::string DefaultModule() {
   const char* path = std::getenv("KESTRUNE_MODULE");
   if (path != nullptr && *path != '\0') return path;
-  const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // known without /proc, too
+  // Known without /proc, too.
+  const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
   std::error_code error;
   const auto path_of_program = std::filesystem::canonical(program != nullptr ? program : "", error);
   const std::filesystem::path above = path_of_program.parent_path().parent_path();

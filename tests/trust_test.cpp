@@ -99,6 +99,7 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept { return Alloc
 [[gnu::noinline]] void operator delete(void* memory, size_t) noexcept { std::free(memory); }
 [[gnu::noinline]] void operator delete[](void* memory, size_t) noexcept { std::free(memory); }
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the C library's names are its own
 extern "C" {
 char* nl_langinfo(nl_item item) noexcept {
   if (item == CODESET && g_encoding != nullptr) return const_cast<char*>(g_encoding);
@@ -117,6 +118,7 @@ void* dlopen(const char* path, int flags) noexcept {
   return IsRefused(kCalls, CALLER) ? nullptr : CLibrary<void*(const char*, int)>("dlopen")(path, flags);
 }
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 namespace {
 
