@@ -94,6 +94,14 @@ TEST_F(FilterTest, ThirtyThousandLines) {
     EXPECT_TRUE(reply.rows == ModelRows(log, id));
     EXPECT_EQ(FetchRange(module, Group(id), 29999, 0, 2).rows, ModelRows(log, id, 29999, 30000));
   }
+  machine::Remove(kCache);
+  {
+    machine::Commands commands;
+    commands.Before("tail", "$real \"$@\" | awk '{print; exit}'; exit");
+    EXPECT_EQ(Count(LOG_SECURE), 0U) << "cut short";
+  }
+  machine::AppendFile(kSecure, "Jun 30 10:00:00 host su: unfinished");
+  EXPECT_EQ(Count(LOG_SECURE), 29999U) << "the last line does not end";
 }
 
 TEST_F(FilterTest, TheCacheHoldsOneLogUntilAnotherIsAskedForOrItIsGone) {
@@ -199,6 +207,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, 1, 3, ""},
+      {"cp", "case $3 in /tmp/__*) awk '{print; exit}' $2 >$3; exit;; esac", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"sort", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
       {"sort", cut.c_str(), LOG_APPLICATION, 1, 0, kEmptyFile},
       {"sed", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
