@@ -110,21 +110,15 @@ void FillTextItem(ItemFiller item, std::string_view line, size_t last) {
   item.Add(CE_MESSAGE, message < last ? Columns(line, message) : std::string_view());
 }
 
-/// Cuts a SEL line into an item.
+/// Cuts a SEL line into an item; the empty line gives empty entries and the origin 0.
 void FillSELItem(ItemFiller item, std::string_view line) {
   const size_t sensorEnd = std::min(line.find(SEL_SEPARATOR, SEL_SENSOR), line.size());
-  const bool isDigit = line[0] >= '0' && line[0] <= '9';
+  const char origin = line.empty() ? '0' : line[0];
   item.Add(CE_DATE, Columns(line, SEL_DATE, SEL_DATE_END));
   item.Add(CE_TIME, Columns(line, SEL_TIME, SEL_TIME_END));
   item.Add(CE_MESSAGE, Columns(line, sensorEnd + 1));
   item.Add(CE_SENSOR, Columns(line, SEL_SENSOR, sensorEnd));
-  item.Add(CE_ORIGIN, int64_t{isDigit ? line[0] - '0' : 0});
-}
-
-/// What stands for a SEL line that is not as it should be.
-void FillEmptySELItem(ItemFiller item) {
-  for (const uint32_t id : {CE_DATE, CE_TIME, CE_MESSAGE, CE_SENSOR}) item.Add(id, std::string_view());
-  item.Add(CE_ORIGIN, int64_t{0});
+  item.Add(CE_ORIGIN, int64_t{origin >= '0' && origin <= '9' ? origin - '0' : 0});
 }
 
 }  // namespace
@@ -156,15 +150,13 @@ int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint3
   for (uint32_t i = 0; i < maxCount; ++i) {
     char* newline = strchr(text, '\n');
     if (newline == nullptr) break;
-    const std::string_view line(text, static_cast<size_t>(newline - text));
-    const bool isWellFormed = line.size() > SEL_ORIGIN_END && line[SEL_ORIGIN_END] == SEL_SEPARATOR;
-    if (isWellFormed) {
-      FillSELItem({items[i], firstIndex + i, id, widener}, line);
-    } else {
+    std::string_view line(text, static_cast<size_t>(newline - text));
+    if (line.size() <= SEL_ORIGIN_END || line[SEL_ORIGIN_END] != SEL_SEPARATOR) {
       *newline = '\0';
       Error("Err (%s:FillConfigItem): Log format error! %s\n", static_cast<const char*>(text));
-      FillEmptySELItem({items[i], firstIndex + i, id, widener});
+      line = {};
     }
+    FillSELItem({items[i], firstIndex + i, id, widener}, line);
     text = newline + 1;
   }
   return 1;

@@ -168,7 +168,7 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
   RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
   RunCommand("rm -f %s1 %s", work, QUIET);
   const uint64_t listed = files.CountLines();
-  if (listed == 0 || listed < wanted) {  // none, or cut short
+  if (listed < wanted) {  // none, or cut short
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
   }
