@@ -14,7 +14,7 @@
 namespace {
 
 uint32_t HostSensor(const SELRecord& record) {
-  for (const ZARPIDMAPPING& row : g_aZARPIDMapping) {
+  for (const ZARPIDMAPPING& row : g_aZARPIDMapping.Rows()) {
     if (row.byIPMISensor == record[11]) return row.dwZARPSensorID;
   }
   return NO_ZARP_SENSOR;

@@ -10,6 +10,8 @@
 #include <new>
 #include <string>
 
+#include "platform/blocks.h"
+
 namespace {
 
 /// Whether each ASCII byte is the character of the same number in the current locale. Known of the two encodings that
@@ -19,25 +21,34 @@ bool IsASCIIPlain() {
   return encoding == "UTF-8" || encoding == "ANSI_X3.4-1968";
 }
 
+/// Widens a text of BLOCK bytes at least. Returns the bits that its bytes have.
+template <size_t BLOCK>
+unsigned char WidenBlocks(std::string_view text, wchar_t* wide) {
+  unsigned char bits = 0;
+  ForEachBlock<BLOCK>(text.size(), [&](size_t begin) {
+    for (size_t i = begin; i < begin + BLOCK; ++i) {
+      const auto byte = static_cast<unsigned char>(text[i]);
+      bits |= byte;
+      wide[i] = byte;
+    }
+  });
+  return bits;
+}
+
 /// Widens a text with the terminator and the second zero that hosts rely on behind it. Returns false when it is not all
 /// ASCII.
 bool WidenASCII(std::string_view text, wchar_t* wide) {
-  constexpr size_t BLOCK = 16;  // a loop of known length becomes vector instructions
-  unsigned char seen = 0;
-  const auto widen = [&](size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-      const auto byte = static_cast<unsigned char>(text[i]);
-      seen |= byte;
-      wide[i] = byte;
-    }
-    text.remove_prefix(count);
-    wide += count;
-  };
-  while (text.size() >= BLOCK) widen(BLOCK);
-  widen(text.size());
-  wide[0] = 0;
-  wide[1] = 0;
-  return seen < 0x80;
+  unsigned char bits = 0;
+  if (text.size() >= 16) {
+    bits = WidenBlocks<16>(text, wide);
+  } else if (text.size() >= 8) {
+    bits = WidenBlocks<8>(text, wide);
+  } else if (!text.empty()) {
+    bits = WidenBlocks<1>(text, wide);
+  }
+  wide[text.size()] = 0;
+  wide[text.size() + 1] = 0;
+  return bits < 0x80;
 }
 
 /// As mbstowcs has it.

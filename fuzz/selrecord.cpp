@@ -10,7 +10,8 @@ void Fuzz(FuzzedDataProvider& input) {
   SELRecord record{};
   input.ConsumeData(record.data(), record.size());
   g_host.reading = input.ConsumeIntegral<uint64_t>();
-  g_aZARPIDMapping = {{record[11], input.ConsumeIntegral<uint32_t>()}};
+  g_aZARPIDMapping.Clear();
+  g_aZARPIDMapping.Append({record[11], input.ConsumeIntegral<uint32_t>()});
   const std::string name = g_host.name = input.ConsumeRemainingBytesAsString();
   const auto buffer = std::make_unique<char[]>(SEL_LINE_SIZE - 2);  // the origin takes the other two
   FormatSELLine(&record, buffer.get());

@@ -1,5 +1,6 @@
 /// sensortable.cpp: the host's text of sensor IDs becomes the pairs of numbers that it holds.
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 
@@ -10,6 +11,7 @@ void Fuzz(FuzzedDataProvider& input) {
   g_host.mapping = input.ConsumeRemainingBytesAsString();
   UnInitIpmiZarpIDTable();
   const int result = GetIpmiZarpIDTable();
+  const auto table = g_aZARPIDMapping.Rows();
 
   const std::string text = g_host.mapping.c_str();
   Require(result == (text.find(';') == std::string::npos ? 0 : 1), "a text without a separator is refused");
@@ -23,10 +25,12 @@ void Fuzz(FuzzedDataProvider& input) {
     numbers[fields % 2] = strtoul(field.c_str(), &end, 16);
     isNumber[fields % 2] = end != field.c_str();
     if (++fields % 2 != 0 || !isNumber[0] || !isNumber[1]) continue;
-    Require(g_aZARPIDMapping.size() > rows && g_aZARPIDMapping[rows].byIPMISensor == numbers[0] % 256 &&
-                g_aZARPIDMapping[rows].dwZARPSensorID == numbers[1] % (1UL << 32),
+    Require(table.size() > rows && table[rows].byIPMISensor == numbers[0] % 256 &&
+                table[rows].dwZARPSensorID == numbers[1] % (1UL << 32),
             "a pair of numbers is a row");
+    const auto first = std::ranges::find(table, table[rows].byIPMISensor, &ZARPIDMAPPING::byIPMISensor);
+    Require(GetZARPSensorID(table[rows].byIPMISensor) == first->dwZARPSensorID, "the first row of a number counts");
     ++rows;
   }
-  Require(g_aZARPIDMapping.size() == rows, "nothing else is a row");
+  Require(table.size() == rows, "nothing else is a row");
 }

@@ -11,23 +11,23 @@
 /// Writes into a buffer, which must outlive it: what fits with a NUL behind it; the rest is dropped.
 class BoundedText {
  public:
+  static constexpr size_t PADDING = 32;
+
   /// The buffer has one byte at least.
   explicit BoundedText(std::span<char> buffer) : buffer_(buffer) { buffer_[0] = '\0'; }
 
   void Append(std::string_view text) {
     const size_t taken = std::min(text.size(), buffer_.size() - 1 - length_);
     memcpy(buffer_.data() + length_, text.data(), taken);
-    length_ += taken;
-    buffer_[length_] = '\0';
+    Take(taken);
   }
 
-  /// Makes each `unwanted` character from position `begin` up to `end` a blank.
-  void BlankOut(char unwanted, size_t begin, size_t end) {
-    for (char* at = buffer_.data() + begin;; *at = ' ') {
-      const auto left = static_cast<size_t>(buffer_.data() + end - at);
-      at = static_cast<char*>(memchr(at, unwanted, left));
-      if (at == nullptr) return;
-    }
+  /// Appends a text behind which PADDING more bytes can be read. It is copied in pieces of that size, which takes no
+  /// look at its length; what they write behind it does not stay.
+  void AppendPadded(std::string_view text) {
+    if (text.size() + PADDING > buffer_.size() - length_) return Append(text);
+    for (size_t i = 0; i < text.size(); i += PADDING) memcpy(buffer_.data() + length_ + i, text.data() + i, PADDING);
+    Take(text.size());
   }
 
   size_t Length() const { return length_; }
@@ -35,7 +35,10 @@ class BoundedText {
   /// The part of the buffer behind the text, its NUL included, for a further writer...
   std::span<char> Rest() const { return buffer_.subspan(length_); }
   /// ...whose `length` characters then belong to the text.
-  void Take(size_t length) { length_ += length; }
+  void Take(size_t length) {
+    length_ += length;
+    buffer_[length_] = '\0';
+  }
 
  private:
   std::span<char> buffer_;

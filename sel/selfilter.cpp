@@ -87,26 +87,33 @@ uint32_t ReadTime(const SELRecord& record) {
   return time;
 }
 
+/// The numbers of a clock and of a month's days, in two places.
+constexpr auto TWO_DIGITS = [] {
+  std::array<std::array<char, 2>, 60> texts{};
+  for (unsigned int i = 0; i < texts.size(); ++i) {
+    texts.at(i) = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
+  }
+  return texts;
+}();
+
 /// Writes a time stamp as asctime does, without day of the week and year, but in UTC and in every locale alike. Returns
 /// its length, for which there must be room.
 size_t WriteTime(uint32_t stamp, std::span<char> text) {
   static constexpr std::string_view MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec";
   static constexpr std::string_view FORM = "Mmm dd hh:mm:ss";
-  const std::chrono::sys_seconds time{std::chrono::seconds{stamp}};
-  const auto midnight = std::chrono::floor<std::chrono::days>(time);
-  const std::chrono::year_month_day date{midnight};
-  const std::chrono::hh_mm_ss clock{time - midnight};
-  const auto put = [text](size_t column, auto number, char padding) {
-    const auto value = static_cast<unsigned int>(number);
-    text[column] = value < 10 ? padding : static_cast<char>('0' + value / 10);
-    text[column + 1] = static_cast<char>('0' + value % 10);
+  constexpr uint32_t SECONDS_A_DAY = 24 * 60 * 60;
+  const std::chrono::year_month_day date{std::chrono::sys_days(std::chrono::days(stamp / SECONDS_A_DAY))};
+  const uint32_t secondOfDay = stamp % SECONDS_A_DAY;
+  const auto put = [text](size_t column, size_t number) {
+    memcpy(text.data() + column, TWO_DIGITS[number].data(), TWO_DIGITS[number].size());
   };
   FORM.copy(text.data(), FORM.size());
   MONTHS.copy(text.data(), 3, 3 * (size_t{static_cast<unsigned int>(date.month())} - 1));
-  put(4, static_cast<unsigned int>(date.day()), ' ');
-  put(7, clock.hours().count(), '0');
-  put(10, clock.minutes().count(), '0');
-  put(13, clock.seconds().count(), '0');
+  put(4, static_cast<unsigned int>(date.day()));
+  if (text[4] == '0') text[4] = ' ';
+  put(7, secondOfDay / 3600);
+  put(10, secondOfDay / 60 % 60);
+  put(13, secondOfDay % 60);
   return FORM.size();
 }
 
@@ -115,14 +122,10 @@ size_t WriteLine(const SELRecord& record, char* line) {
   BoundedText text({line, SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1});
   text.Take(WriteTime(ReadTime(record), text.Rest()));
   text.Append("|");
-  const size_t name = text.Length();
-  text.Append(FindSensorName(record).text.substr(0, SENSOR_COLUMN_MAX));
-  const size_t nameEnd = text.Length();
+  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
+  SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, '|');
   text.Append("|");
   text.Take(Describe(record, text.Rest()));
-  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  text.BlankOut('|', name, nameEnd);
-  text.BlankOut('\n', name, text.Length());
   // The newline has its place even where the description was cut.
   memcpy(line + text.Length(), "\n", 2);
   return text.Length() + 1;

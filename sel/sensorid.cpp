@@ -1,6 +1,5 @@
 #include "sel/sensorid.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -8,7 +7,7 @@
 #include "platform/message.h"
 #include "platform/nubo.h"
 
-std::vector<ZARPIDMAPPING> g_aZARPIDMapping;
+SensorIDTable g_aZARPIDMapping;
 
 namespace {
 
@@ -29,13 +28,24 @@ void AppendPairs(char* text) {
     unsigned int sensor = 0;
     unsigned int host = 0;
     if (ReadHexadecimal(sensorField, sensor) && ReadHexadecimal(hostField, host)) {
-      g_aZARPIDMapping.push_back({static_cast<uint8_t>(sensor), host});
+      g_aZARPIDMapping.Append({static_cast<uint8_t>(sensor), host});
     }
     sensorField = strtok_r(nullptr, FIELD_SEPARATOR, &rest);
   }
 }
 
 }  // namespace
+
+void SensorIDTable::Append(const ZARPIDMAPPING& row) {
+  rows_.push_back(row);
+  std::optional<uint32_t>& id = ids_[row.byIPMISensor];
+  if (!id) id = row.dwZARPSensorID;
+}
+
+void SensorIDTable::Clear() {
+  rows_.clear();
+  ids_.fill(std::nullopt);
+}
 
 int GetIpmiZarpIDTable() {
   uint32_t size = 0;
@@ -61,9 +71,6 @@ int GetIpmiZarpIDTable() {
   return 1;
 }
 
-void UnInitIpmiZarpIDTable() { g_aZARPIDMapping.clear(); }
+void UnInitIpmiZarpIDTable() { g_aZARPIDMapping.Clear(); }
 
-uint32_t GetZARPSensorID(uint8_t sensorNumber) {
-  const auto row = std::ranges::find(g_aZARPIDMapping, sensorNumber, &ZARPIDMAPPING::byIPMISensor);
-  return row == g_aZARPIDMapping.end() ? NO_ZARP_SENSOR : row->dwZARPSensorID;
-}
+uint32_t GetZARPSensorID(uint8_t sensorNumber) { return g_aZARPIDMapping.Find(sensorNumber); }

@@ -3,7 +3,10 @@
 #ifndef KESTRUNE_SEL_SENSORID_H_
 #define KESTRUNE_SEL_SENSORID_H_
 
+#include <array>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <vector>
 
 struct ZARPIDMAPPING {
@@ -14,8 +17,24 @@ struct ZARPIDMAPPING {
 /// Stands for no host sensor.
 inline constexpr uint32_t NO_ZARP_SENSOR = 0xFFFFFFFF;
 
-/// The table, in the order of the text; of several rows for one number the first counts. Guarded by the module lock.
-extern std::vector<ZARPIDMAPPING> g_aZARPIDMapping;
+/// Rows, of which the first counts where several are for one number. What it says is kept beside the rows, since each
+/// line of a SEL asks for it more than once.
+class SensorIDTable {
+ public:
+  /// Throws std::bad_alloc.
+  void Append(const ZARPIDMAPPING& row);
+  void Clear();
+
+  std::span<const ZARPIDMAPPING> Rows() const { return rows_; }
+  uint32_t Find(uint8_t sensorNumber) const { return ids_[sensorNumber].value_or(NO_ZARP_SENSOR); }
+
+ private:
+  std::vector<ZARPIDMAPPING> rows_;
+  std::array<std::optional<uint32_t>, 256> ids_;  ///< by IPMI sensor number
+};
+
+/// The table, in the order of the text. Guarded by the module lock.
+extern SensorIDTable g_aZARPIDMapping;
 
 /// Asks the host for the table and appends it. Returns 1, also when the text held no complete pair, or 0. Pairs with a
 /// field that is no number are left out. Throws std::bad_alloc.

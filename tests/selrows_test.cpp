@@ -21,14 +21,14 @@ std::istringstream OpenList(const std::string& name) {
 class RowsTest : public SELTest {
  protected:
   RowsTest() {
-    g_aZARPIDMapping = {{0x1A, 0x2001}};
+    g_aZARPIDMapping.Append({0x1A, 0x2001});
     EXPECT_EQ(InitResMgr(), 1);
     Host().convert = [](uint32_t, const tagVARIANT&, tagVARIANT* out) { out->value.llVal = 1234567; };
     Host().on_call = [](const std::string&) { TakeCalls(); };
   }
   ~RowsTest() override {
     UninitResMgr();
-    g_aZARPIDMapping.clear();
+    g_aZARPIDMapping.Clear();
   }
 
   static SELRecord Record(int type, int event, int data1) { return MakeRecord(type, event, data1, 0xB7, 0xE5, 0x1A); }

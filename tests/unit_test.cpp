@@ -164,7 +164,7 @@ TEST_F(UnitTest, TheTextOfTheSensorTable) {
     EXPECT_EQ(GetIpmiZarpIDTable(), 1);
     expected.insert(expected.end(), rows.begin(), rows.end());
     Numbers found;
-    for (const auto& row : g_aZARPIDMapping) found.insert(found.end(), {row.byIPMISensor, row.dwZARPSensorID});
+    for (const auto& row : g_aZARPIDMapping.Rows()) found.insert(found.end(), {row.byIPMISensor, row.dwZARPSensorID});
     EXPECT_EQ(found, expected) << text;
   }
   EXPECT_EQ(GetZARPSensorID(1), 2U) << "the first row counts";

@@ -51,7 +51,7 @@ void AppendNumber(BoundedText& expansion, uint64_t number) {
 
 void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord& record) {
   if (token == "di") {
-    expansion.Append(FindSensorName(record).text);
+    SensorName(record).AppendTo(expansion, DESCRIPTION_MAX, '\n');
     return;
   }
   if (token == "trf") {
@@ -66,7 +66,7 @@ void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord
 void Expand(BoundedText& expansion, std::string_view text, const SELRecord& record) {
   while (true) {
     const size_t open = text.find('|');
-    expansion.Append(text.substr(0, open));
+    expansion.AppendPadded(text.substr(0, open));
     if (open == std::string_view::npos) break;
     text.remove_prefix(open + 1);
     const size_t close = text.find('|');
@@ -92,10 +92,12 @@ size_t Describe(const SELRecord& record, std::span<char> buffer) {
   BoundedText description(buffer.first(std::min(buffer.size(), DESCRIPTION_MAX + 1)));
   const uint8_t sensorType = record[RECORD_SENSOR_TYPE];
   const uint8_t eventData1 = record[RECORD_EVENT_DATA_1];
-  if (const char* text = FindOffsetText(sensorType, eventData1 & EVENT_OFFSET_MASK)) {
-    description.Append(text);
-  } else if (const char* form =
-                 FindEventTemplate(sensorType, record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1)) {
+  if (const std::string_view text = FindOffsetText(sensorType, eventData1 & EVENT_OFFSET_MASK); !text.empty()) {
+    description.AppendPadded(text);
+    return description.Length();
+  }
+  const std::string_view form = FindEventTemplate(sensorType, record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1);
+  if (!form.empty()) {
     Expand(description, form, record);
   } else {
     DumpRecord(description, record);

@@ -5,7 +5,7 @@
 ///   1, 2, 3                    event data 1, 2, 3
 ///   2h4, 2l4                   upper, lower 4 bits of event data 2
 ///   3h4, 3h5, 3l3, 3l4, 3l7    upper 4 and 5, lower 3, 4 and 7 bits of event data 3
-///   di                         the sensor's name
+///   di                         the sensor's name, with a blank for each newline
 ///   trf                        the trigger reading (event data 2) in the sensor's unit
 ///
 /// Numbers are decimal and have at most 9 digits. A placeholder of any other name, or one that the template does not

@@ -2,6 +2,7 @@
 ///
 /// Rows with event type 0xEF word the deassertion of the row that follows them.
 
+#include "platform/boundedtext.h"
 #include "translate/tableindex.h"
 #include "translate/tables.h"
 
@@ -379,6 +380,7 @@ constexpr uint64_t g_ulSELEventDescCount = sizeof(g_aSELEventDesc) / sizeof(g_aS
 
 static_assert(g_ulSELEventDescCount == 365);
 static_assert(LongestText(g_aSELEventDesc, &tagSEL_EVENT_DESC::szText) == 123);
+static_assert(123 + BoundedText::PADDING <= sizeof(tagSEL_EVENT_DESC::szText));
 static_assert(CountRows(g_aSELEventDesc, [](const auto& row) { return (row.byValue & ~row.byMask) != 0; }) == 0);
 
 namespace {
@@ -389,10 +391,10 @@ constexpr auto RowsWithMask(uint8_t mask) {
 static_assert(RowsWithMask(0x0F) == 227 && RowsWithMask(0xFF) == 115 && RowsWithMask(0x00) == 7);
 static_assert(RowsWithMask(0xC1) == 6 && RowsWithMask(0x3F) == 5 && RowsWithMask(0xCF) == 4 && RowsWithMask(0x7F) == 1);
 
-const char* FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1) {
-  static constexpr RowIndex INDEX(g_aSELEventDesc);
-  const tagSEL_EVENT_DESC* row = INDEX.Find(g_aSELEventDesc, sensorType, [=](const auto& candidate) {
-    return candidate.byEventType == eventType && (eventData1 & candidate.byMask) == candidate.byValue;
+std::string_view FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1) {
+  static constexpr auto INDEX =
+      IndexRows<256>(g_aSELEventDesc, &tagSEL_EVENT_DESC::szText, [](const auto& row) { return row.bySensorType; });
+  return INDEX.Find(sensorType, [=](const auto& row) {
+    return row.byEventType == eventType && (eventData1 & row.byMask) == row.byValue;
   });
-  return row == nullptr ? nullptr : row->szText;
 }

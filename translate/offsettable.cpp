@@ -1,5 +1,6 @@
 /// offsettable.cpp: texts of the event offsets that a sensor type defines.
 
+#include "platform/boundedtext.h"
 #include "translate/tableindex.h"
 #include "translate/tables.h"
 
@@ -153,11 +154,15 @@ constexpr uint64_t g_ulSELOffsetDescCount = sizeof(g_aSELOffsetDesc) / sizeof(g_
 
 static_assert(g_ulSELOffsetDescCount == 141);
 static_assert(LongestText(g_aSELOffsetDesc, &tagSEL_OFFSET_DESC::szText) == 59);
+static_assert(59 + BoundedText::PADDING <= sizeof(tagSEL_OFFSET_DESC::szText));
 static_assert(CountRows(g_aSELOffsetDesc, [](const auto& row) { return row.byOffset > 0x0F; }) == 0);
 
-const char* FindOffsetText(uint8_t sensorType, uint8_t offset) {
-  static constexpr RowIndex INDEX(g_aSELOffsetDesc);
-  const tagSEL_OFFSET_DESC* row = INDEX.Find(g_aSELOffsetDesc, sensorType,
-                                             [offset](const auto& candidate) { return candidate.byOffset == offset; });
-  return row == nullptr ? nullptr : row->szText;
+namespace {
+constexpr size_t Key(uint8_t sensorType, uint8_t offset) { return size_t{sensorType} << 4 | offset; }
+}  // namespace
+
+std::string_view FindOffsetText(uint8_t sensorType, uint8_t offset) {
+  static constexpr auto INDEX = IndexRows<0x1000>(g_aSELOffsetDesc, &tagSEL_OFFSET_DESC::szText,
+                                                  [](const auto& row) { return Key(row.bySensorType, row.byOffset); });
+  return INDEX.Find(Key(sensorType, offset), [](const auto&) { return true; });
 }

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <memory>
+#include <cstring>
 
 void* g_hRscDll = nullptr;
 GetStringFunction g_lpfnGetString = nullptr;
@@ -99,23 +99,35 @@ void UninitResMgr() {
   Unload();
 }
 
-int GetStringA(tagGS_PARAM param, char** string) {
+bool HostString::Fetch(tagGS_PARAM param) {
   if (g_hRscDll == nullptr || g_lpfnGetString == nullptr) {
     ReportOnOutput("<KESTRUNE> Resource manager is inexistent.\n");
-    return 0;
+    return false;
   }
   const auto language = static_cast<uint16_t>(g_wLang);
   uint32_t size = 0;
   if (g_lpfnGetString(language, &param, nullptr, &size) == 0) {
     ReportOnOutput("<KESTRUNE> Fail to get size of string.\n");
-    return 0;
+    return false;
   }
   // One zero byte more, so that a library which counts no NUL does not make its reader run on.
-  auto text = std::make_unique<char[]>(static_cast<size_t>(size) + 1);
-  if (g_lpfnGetString(language, &param, text.get(), &size) == 0) {
+  const size_t length = size;
+  if (length >= SHORT_SIZE) long_ = std::make_unique<char[]>(length + 1);
+  char* text = length >= SHORT_SIZE ? long_.get() : short_.data();
+  if (g_lpfnGetString(language, &param, text, &size) == 0) {
     ReportOnOutput("<KESTRUNE> Fail to get string.\n");
-    return 0;
+    return false;
   }
-  *string = text.release();
+  text_ = {text, length > 0 && text[length - 1] == '\0' ? length - 1 : length};
+  return true;
+}
+
+int GetStringA(tagGS_PARAM param, char** string) {
+  HostString fetched;
+  if (!fetched.Fetch(param)) return 0;
+  const std::string_view text = fetched.Text();
+  auto copy = std::make_unique_for_overwrite<char[]>(text.size() + 1);
+  memcpy(copy.get(), text.data(), text.size() + 1);
+  *string = copy.release();
   return 1;
 }

@@ -3,7 +3,11 @@
 #ifndef KESTRUNE_TRANSLATE_RESMGR_H_
 #define KESTRUNE_TRANSLATE_RESMGR_H_
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <string_view>
 
 /// Names the string wanted; the library receives a pointer to it.
 struct tagGS_PARAM {
@@ -33,6 +37,27 @@ int InitResMgr();
 /// Shuts the library down and unloads it; only after a successful InitResMgr. A library without "MgrUninit" stays
 /// loaded.
 void UninitResMgr();
+
+/// A string of the host's. A short one is kept in the object itself.
+class HostString {
+ public:
+  HostString() = default;
+  HostString(const HostString&) = delete;
+  HostString& operator=(const HostString&) = delete;
+
+  /// Fetches the string, once. Returns false where there is none. Reports on standard output. Throws std::bad_alloc.
+  bool Fetch(tagGS_PARAM param);
+
+  /// What was fetched, with a NUL behind it. A library that counts more than its string has leaves a NUL within.
+  std::string_view Text() const { return text_; }
+
+ private:
+  static constexpr size_t SHORT_SIZE = 64;
+
+  std::array<char, SHORT_SIZE> short_{};
+  std::unique_ptr<char[]> long_;
+  std::string_view text_;
+};
 
 /// Fetches one string. Returns 1 with `*string` set to a new array that the caller frees with array delete, or 0 with
 /// `*string` untouched. Reports on standard output. Throws std::bad_alloc.

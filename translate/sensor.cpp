@@ -1,14 +1,16 @@
 #include "translate/sensor.h"
 
+#include <algorithm>
 #include <cstring>
+#include <span>
 
+#include "platform/blocks.h"
 #include "sel/sensorid.h"
-#include "translate/resmgr.h"
 #include "translate/tables.h"
 
 namespace {
 
-constexpr char UNKNOWN_SENSOR_TYPE[] = "N/A";
+constexpr std::string_view UNKNOWN_SENSOR_TYPE = "N/A";
 constexpr char CONVERT_OPERATION[] = "TRANS";
 constexpr uint32_t WAIT_FOR_EVER = 0xFFFFFFFF;
 
@@ -21,29 +23,64 @@ class HardwareLock {
   HardwareLock& operator=(const HardwareLock&) = delete;
 };
 
-const char* NameOfSensorType(const SELRecord& record) {
-  const char* name = FindSensorTypeName(record[RECORD_SENSOR_TYPE]);
-  return name != nullptr ? name : UNKNOWN_SENSOR_TYPE;
+std::string_view NameOfSensorType(const SELRecord& record) {
+  const std::string_view name = FindSensorTypeName(record[RECORD_SENSOR_TYPE]);
+  return name.empty() ? UNKNOWN_SENSOR_TYPE : name;
+}
+
+/// Bytes that are copied and looked at together.
+using Word = uint64_t;
+
+bool HasByte(Word word, char byte) {
+  constexpr Word ONES = ~Word{0} / 0xFF;
+  // Less one, a byte gets its top bit without having had it if it was 0, or if it lies above one that was.
+  const Word differences = word ^ ONES * static_cast<unsigned char>(byte);
+  return ((differences - ONES) & ~differences & ONES << 7) != 0;
+}
+
+/// Copies a text of a word at least. Returns whether it has neither a NUL nor anything that needs a blank.
+bool CopyWords(std::string_view text, char* to, char separator) {
+  bool isClean = true;
+  ForEachBlock<sizeof(Word)>(text.size(), [&](size_t begin) {
+    Word word = 0;
+    memcpy(&word, text.data() + begin, sizeof(word));
+    memcpy(to + begin, &word, sizeof(word));
+    isClean &= !(HasByte(word, '\0') || HasByte(word, '\n') || HasByte(word, separator));
+  });
+  return isClean;
+}
+
+/// Copies a text up to its first NUL. Returns its length.
+size_t CopyBytes(std::string_view text, char* to, char separator) {
+  text = text.substr(0, text.find('\0'));
+  std::ranges::replace_copy_if(
+      text, to, [separator](char c) { return c == '\n' || c == separator; }, ' ');
+  return text.size();
 }
 
 }  // namespace
 
-SensorName FindSensorName(const SELRecord& record) {
+SensorName::SensorName(const SELRecord& record) {
   const uint32_t sensorID = GetZARPSensorID(record[RECORD_SENSOR_NUMBER]);
-  char* hostName = nullptr;
-  if (sensorID != NO_ZARP_SENSOR && GetStringA({GS_TYPE_SENSOR_NAME, sensorID, 0, 0}, &hostName) != 0) {
-    return {std::unique_ptr<char[]>(hostName), hostName};
-  }
-  return {nullptr, NameOfSensorType(record)};
+  isFromHost_ = sensorID != NO_ZARP_SENSOR && host_.Fetch({GS_TYPE_SENSOR_NAME, sensorID, 0, 0});
+  text_ = isFromHost_ ? host_.Text() : NameOfSensorType(record);
+}
+
+void SensorName::AppendTo(BoundedText& text, size_t most, char separator) const {
+  const std::span<char> rest = text.Rest();
+  const std::string_view name = text_.substr(0, std::min(most, rest.size() - 1));
+  // Names of fewer bytes than a word are rare, and so are those that need a blank.
+  const bool isCopied = name.size() >= sizeof(Word) && CopyWords(name, rest.data(), separator);
+  text.Take(isCopied ? name.size() : CopyBytes(name, rest.data(), separator));
 }
 
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {
-  return strncpy(output, NameOfSensorType(*record), length);
+  return strncpy(output, NameOfSensorType(*record).data(), length);
 }
 
 char* GetSensorName(const SELRecord* record, uint32_t size, char* output) {
-  const SensorName name = FindSensorName(*record);
-  return strncpy(output, name.text.data(), name.hostName != nullptr ? size_t{size} + 1 : size);
+  const SensorName name(*record);
+  return strncpy(output, name.Text(), name.IsFromHost() ? size_t{size} + 1 : size);
 }
 
 uint64_t GetConvertedTriggerValue(uint8_t sensorNumber, uint8_t rawReading) {

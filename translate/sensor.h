@@ -4,23 +4,34 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
+#include "platform/boundedtext.h"
 #include "platform/nubo.h"
+#include "translate/resmgr.h"
 
 /// Fields of a record that tell its sensor.
 inline constexpr size_t RECORD_SENSOR_TYPE = 10;
 inline constexpr size_t RECORD_SENSOR_NUMBER = 11;
 
 /// The name of a record's sensor: the host's, or that of the sensor type, or "N/A".
-struct SensorName {
-  std::unique_ptr<char[]> hostName;  ///< null where the host has none
-  std::string_view text;
-};
+class SensorName {
+ public:
+  /// Asks the host. Throws std::bad_alloc.
+  explicit SensorName(const SELRecord& record);
 
-/// Asks the host for the name of the record's sensor. Throws std::bad_alloc.
-SensorName FindSensorName(const SELRecord& record);
+  bool IsFromHost() const { return isFromHost_; }
+  /// The name, with a NUL behind it.
+  const char* Text() const { return text_.data(); }
+
+  /// Appends the name, `most` characters of it at most, with a blank for each newline and each `separator`.
+  void AppendTo(BoundedText& text, size_t most, char separator) const;
+
+ private:
+  HostString host_;
+  bool isFromHost_;
+  std::string_view text_;
+};
 
 /// Copies the name of the record's sensor type, or "N/A", as strncpy does over `length` bytes. Returns `output`.
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output);

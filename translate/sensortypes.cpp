@@ -57,8 +57,8 @@ constexpr uint64_t g_ulSensorTypeNameCount = sizeof(g_aSensorTypeName) / sizeof(
 static_assert(g_ulSensorTypeNameCount == 44);
 static_assert(LongestText(g_aSensorTypeName, &tagSENSORTYPE_NAME::szName) == 35);
 
-const char* FindSensorTypeName(uint8_t sensorType) {
-  static constexpr RowIndex INDEX(g_aSensorTypeName);
-  const tagSENSORTYPE_NAME* row = INDEX.Find(g_aSensorTypeName, sensorType, [](const auto&) { return true; });
-  return row == nullptr ? nullptr : row->szName;
+std::string_view FindSensorTypeName(uint8_t sensorType) {
+  static constexpr auto INDEX =
+      IndexRows<256>(g_aSensorTypeName, &tagSENSORTYPE_NAME::szName, [](const auto& row) { return row.bySensorType; });
+  return INDEX.Find(sensorType, [](const auto&) { return true; });
 }

@@ -1,4 +1,4 @@
-/// tableindex.h: what the tables promise of themselves, and an index by sensor type; all of it worked out when they are
+/// tableindex.h: what the tables promise of themselves, and an index; all of it worked out when they are
 /// compiled.
 #ifndef KESTRUNE_TRANSLATE_TABLEINDEX_H_
 #define KESTRUNE_TRANSLATE_TABLEINDEX_H_
@@ -24,38 +24,47 @@ constexpr auto CountRows(const Row (&rows)[RowCount], Predicate fits) {
   return std::count_if(std::begin(rows), std::end(rows), fits);
 }
 
-/// Chains the rows of each sensor type in table order, so that a look-up passes over those of all other types and still
-/// finds the same first row that fits.
-template <size_t RowCount>
+/// Chains the rows of each key in table order, so that a look-up passes over those of all other keys and still finds
+/// the same first row that fits; knows how long their texts are.
+template <size_t KeyCount, typename Row, size_t RowCount, size_t TextSize>
 class RowIndex {
  public:
-  template <typename Row>
-  explicit constexpr RowIndex(const Row (&rows)[RowCount]) {
+  template <typename KeyOf>
+  constexpr RowIndex(const Row (&rows)[RowCount], char const (Row::*text)[TextSize], KeyOf keyOf)
+      : rows_(rows), text_(text) {
     first_.fill(NO_ROW);
     for (size_t i = RowCount; i-- > 0;) {
-      uint16_t& first = first_.at(rows[i].bySensorType);
+      uint16_t& first = first_.at(keyOf(rows[i]));
       next_.at(i) = first;
       first = static_cast<uint16_t>(i);
+      lengths_.at(i) = static_cast<uint8_t>(std::string_view(rows[i].*text).size());
     }
   }
 
-  /// The first row of a sensor type that `fits`, or null.
-  template <typename Row, typename Predicate>
-  const Row* Find(const Row (&rows)[RowCount], uint8_t sensorType, Predicate fits) const {
-    for (uint16_t i = first_[sensorType]; i != NO_ROW; i = next_[i]) {
-      if (fits(rows[i])) return &rows[i];
+  /// The text of the first row of a key that `fits`; empty where there is none.
+  template <typename Predicate>
+  std::string_view Find(size_t key, Predicate fits) const {
+    for (uint16_t i = first_[key]; i != NO_ROW; i = next_[i]) {
+      if (fits(rows_[i])) return {rows_[i].*text_, lengths_[i]};
     }
-    return nullptr;
+    return {};
   }
 
  private:
   static constexpr uint16_t NO_ROW = 0xFFFF;
-  static_assert(RowCount < NO_ROW);
+  static_assert(RowCount < NO_ROW && TextSize <= 0xFF);
 
-  std::array<uint16_t, 256> first_{};
+  const Row (&rows_)[RowCount];
+  char const (Row::*text_)[TextSize];
+  std::array<uint16_t, KeyCount> first_{};
   std::array<uint16_t, RowCount> next_{};
+  std::array<uint8_t, RowCount> lengths_{};
 };
-template <typename Row, size_t RowCount>
-RowIndex(const Row (&)[RowCount]) -> RowIndex<RowCount>;
+
+/// An index with keys from 0 to KeyCount - 1, which `keyOf` tells of a row.
+template <size_t KeyCount, typename Row, size_t RowCount, size_t TextSize, typename KeyOf>
+constexpr auto IndexRows(const Row (&rows)[RowCount], char const (Row::*text)[TextSize], KeyOf keyOf) {
+  return RowIndex<KeyCount, Row, RowCount, TextSize>(rows, text, keyOf);
+}
 
 #endif  // KESTRUNE_TRANSLATE_TABLEINDEX_H_

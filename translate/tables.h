@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 /// Name of a sensor type.
 struct tagSENSORTYPE_NAME {
@@ -41,13 +42,15 @@ extern const uint64_t g_ulSELEventDescCount;  ///< 365
 extern const tagSEL_OFFSET_DESC g_aSELOffsetDesc[];
 extern const uint64_t g_ulSELOffsetDescCount;  ///< 141
 
-/// The name of a sensor type, or null.
-const char* FindSensorTypeName(uint8_t sensorType);
+// The texts that are found have a NUL behind them and are never empty; where no row fits, the empty text is answered.
 
-/// The text of a sensor type's event offset, or null.
-const char* FindOffsetText(uint8_t sensorType, uint8_t offset);
+/// The name of a sensor type.
+std::string_view FindSensorTypeName(uint8_t sensorType);
 
-/// The template of an event, or null.
-const char* FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1);
+/// The text of a sensor type's event offset.
+std::string_view FindOffsetText(uint8_t sensorType, uint8_t offset);
+
+/// The template of an event.
+std::string_view FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1);
 
 #endif  // KESTRUNE_TRANSLATE_TABLES_H_
