@@ -35,6 +35,20 @@ TEST_F(CompatTest, StringsFromWideAndMultibyteText) {
     const std::unique_ptr<wchar_t[]> string(multibyte(text));
     EXPECT_EQ(std::wmemcmp(string.get(), result.c_str(), result.size() + 1), 0) << text;
   }
+  for (size_t length = 0; length <= 40; ++length) {
+    for (size_t place = 0; place <= length; ++place) {  // at the last one the text is ASCII alone
+      std::string text;
+      std::wstring result;
+      for (size_t i = 0; i < length; ++i) {
+        const auto letter = static_cast<char>('A' + i);
+        text += i == place ? "\xC3\xA9" : std::string(1, letter);
+        result += i == place ? L'\xE9' : static_cast<wchar_t>(letter);
+      }
+      const std::unique_ptr<wchar_t[]> string(multibyte(text.c_str()));
+      EXPECT_EQ(std::wmemcmp(string.get(), result.c_str(), length + 1), 0) << text;
+      EXPECT_EQ(string[length + 1], L'\0');
+    }
+  }
   std::setlocale(LC_ALL, "C");
 }
 

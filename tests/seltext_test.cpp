@@ -109,9 +109,17 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
       {"Lost", "Fan", "Fan", "text"},
       {"Lost", "", "", "empty"},
       {"Endless", "Endless", "Endless", "full"},
+      {"Short", "Short", "Short", "long"},
+      {"Of two words", "Of two words", "Of two words", "long"},
   };
   for (const size_t size : {1U, 64U, 65U, 66U, 158U, 159U, 160U, 254U, 255U, 256U, 300U}) {
     cases.push_back({std::string(size, 'n'), std::string(std::min<size_t>(size, 65), 'n'), std::string(size, 'n')});
+  }
+  for (size_t place = 0; place < 20; ++place) {
+    std::string name(20, 'n'), clean = name;
+    name[place] = '\n';
+    clean[place] = ' ';
+    cases.push_back({name, clean, clean});
   }
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -170,6 +170,7 @@ TEST_F(UnitTest, TheTextOfTheSensorTable) {
   EXPECT_EQ(GetZARPSensorID(1), 2U) << "the first row counts";
   UnInitIpmiZarpIDTable();
   EXPECT_EQ(GetZARPSensorID(1), 0xFFFFFFFF);
+  EXPECT_TRUE(g_aZARPIDMapping.Rows().empty());
 }
 
 TEST_F(UnitTest, StringsOfTheResourceManager) {

@@ -5,6 +5,7 @@
 ///   a
 ///                 size of 0; "full": it fills the whole size without a NUL
 ///   RESMGR_STATE  if set, it is set to "up" by a start and to "down" by a stop
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -46,9 +47,11 @@ EXPORTED int GetStringA(uint16_t language, tagGS_PARAM* param, char* buffer, uin
   const size_t start = found + key.str().size();
   const std::string name = list.substr(start, list.find(';', start) - start);
   if (buffer == nullptr) {
-    *size = HasFault("empty") ? 0 : static_cast<uint32_t>(name.size() + (HasFault("full") ? 0 : 1));
+    const size_t behind = HasFault("full") ? 0 : HasFault("long") ? 9 : 1;
+    *size = HasFault("empty") ? 0 : static_cast<uint32_t>(name.size() + behind);
   } else {
-    std::memcpy(buffer, name.c_str(), *size);
+    std::memset(buffer, '?', *size);
+    std::memcpy(buffer, name.c_str(), std::min<size_t>(*size, name.size() + 1));
   }
   return 1;
 }
