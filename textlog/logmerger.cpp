@@ -73,9 +73,9 @@ int LogMerger(char* fileList, const char* target) {
   if (fileList == nullptr || target == nullptr || !Fits(fileList, target)) return 0;
   const bool isNewTarget = strcmp(target, lastMergeTarget.data()) != 0;
   if (isNewTarget) memcpy(lastMergeTarget.data(), target, strlen(target) + 1);
-  const bool isGone = isNewTarget || !mergedFile.IsOurs();
-  if (isGone) lastMergeTime = 0;
-  if (!HasNewerFile(fileList) && !isGone) {
+  const bool isMissing = isNewTarget || !mergedFile.IsOurs();
+  if (isMissing) lastMergeTime = 0;
+  if (!HasNewerFile(fileList) && !isMissing) {
     Debug("DBG (%s:LogFilter): no need merge!\n");
     return 0;
   }
