@@ -21,7 +21,7 @@ bool IsASCIIPlain() {
   return encoding == "UTF-8" || encoding == "ANSI_X3.4-1968";
 }
 
-/// Widens a text of BLOCK bytes at least. Returns the bits that its bytes have.
+/// Widens a text of BLOCK bytes at least. Returns its bytes, or-ed together.
 template <size_t BLOCK>
 unsigned char WidenBlocks(std::string_view text, wchar_t* wide) {
   unsigned char bits = 0;

@@ -22,8 +22,8 @@ class BoundedText {
     Take(taken);
   }
 
-  /// Appends a text behind which PADDING more bytes can be read. It is copied in pieces of that size, which takes no
-  /// look at its length; what they write behind it does not stay.
+  /// Appends a text behind which PADDING more bytes can be read. It is copied in whole pieces of that size, which is
+  /// faster than to copy a length that nobody foresees; whatever they write behind it is no part of the text.
   void AppendPadded(std::string_view text) {
     if (text.size() + PADDING > buffer_.size() - length_) return Append(text);
     for (size_t i = 0; i < text.size(); i += PADDING) memcpy(buffer_.data() + length_ + i, text.data() + i, PADDING);

@@ -3,6 +3,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <memory>
@@ -123,9 +124,9 @@ size_t WriteLine(const SELRecord& record, char* line) {
   text.Take(WriteTime(ReadTime(record), text.Rest()));
   text.Append("|");
   // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, '|');
+  SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, '|', '\n');
   text.Append("|");
-  text.Take(Describe(record, text.Rest()));
+  text.Take(Describe(record, text.Rest(), '\n'));
   // The newline has its place even where the description was cut.
   memcpy(line + text.Length(), "\n", 2);
   return text.Length() + 1;

@@ -17,8 +17,8 @@ struct ZARPIDMAPPING {
 /// Stands for no host sensor.
 inline constexpr uint32_t NO_ZARP_SENSOR = 0xFFFFFFFF;
 
-/// Rows, of which the first counts where several are for one number. What it says is kept beside the rows, since each
-/// line of a SEL asks for it more than once.
+/// The host's table as it stands, row by row, and beside it what is asked of it for every line of a SEL, more than
+/// once: the first row of each number.
 class SensorIDTable {
  public:
   /// Throws std::bad_alloc.

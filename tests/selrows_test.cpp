@@ -54,6 +54,13 @@ TEST_F(RowsTest, ListedRecords) {
   char cut[] = "unterminated", name[] = "xxxx";
   EXPECT_STREQ(GetSELDiscription(&fan, 11, cut), "Probe 7 fand");
   EXPECT_STREQ(GetSensorName(&fan, 1, name), "Prxx");
+  for (size_t size = 100; size < 160; ++size) {  // what follows the name is cut ever earlier
+    const std::string long_name(size, 'n'), whole = long_name + " fan too slow: 1234567 RPM";
+    const machine::ScopedVariable names("RESMGR_NAMES", ("2001=" + long_name).c_str());
+    EXPECT_EQ(Describe(fan), whole.substr(0, 159));
+  }
+  const machine::ScopedVariable two_lines("RESMGR_NAMES", "2001=two\nlines");
+  EXPECT_EQ(Describe(fan), "two\nlines fan too slow: 1234567 RPM") << "only a list has a blank there";
   TakeLines();
   EXPECT_EQ(SELLogFilter(nullptr, nullptr, nullptr, nullptr), 0U);
   EXPECT_EQ(TakeLines(), Lines{"256 Err (kestrune:SELLogFilter): Parameter error!\n"});

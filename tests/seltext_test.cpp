@@ -110,6 +110,7 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
       {"Lost", "", "", "empty"},
       {"Endless", "Endless", "Endless", "full"},
       {"Short", "Short", "Short", "long"},
+      {"Said too short", "Said too sho", "Said too sho", "short"},
       {"Of two words", "Of two words", "Of two words", "long"},
   };
   for (const size_t size : {1U, 64U, 65U, 66U, 158U, 159U, 160U, 254U, 255U, 256U, 300U}) {

@@ -174,7 +174,8 @@ TEST_F(UnitTest, TheTextOfTheSensorTable) {
 }
 
 TEST_F(UnitTest, StringsOfTheResourceManager) {
-  const machine::ScopedVariable names("RESMGR_NAMES", "2001=CPU0 Temp;2002=");
+  const std::string long_name(70, 'n');
+  const machine::ScopedVariable names("RESMGR_NAMES", ("2001=CPU0 Temp;2002=;2004=" + long_name).c_str());
   const auto get = [](uint32_t type, uint32_t object, const char* fault) {
     const machine::ScopedVariable variable("RESMGR_FAULT", fault);
     char untouched[] = "", *string = untouched;
@@ -202,6 +203,8 @@ TEST_F(UnitTest, StringsOfTheResourceManager) {
   EXPECT_EQ(get(kName, 0x2001, "text"), no_text);
   EXPECT_EQ(get(kName, 0x2001, "empty"), "") << "a size of 0";
   EXPECT_EQ(get(kName, 0x2001, "full"), "CPU0 Temp") << "no NUL";
+  EXPECT_EQ(get(kName, 0x2004, "full"), long_name) << "no NUL";
+  EXPECT_EQ(get(kName, 0x2001, "short"), "CPU0 Te");
   UninitResMgr();
   EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
   EXPECT_EQ(get(kName, 0x2001, nullptr), none);

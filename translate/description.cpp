@@ -49,9 +49,9 @@ void AppendNumber(BoundedText& expansion, uint64_t number) {
   expansion.Append({digits.data(), std::min(length, NUMBER_LENGTH_MAX)});
 }
 
-void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord& record) {
+void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord& record, char unwanted) {
   if (token == "di") {
-    SensorName(record).AppendTo(expansion, DESCRIPTION_MAX, '\n');
+    SensorName(record).AppendTo(expansion, DESCRIPTION_MAX, unwanted, '\0');
     return;
   }
   if (token == "trf") {
@@ -63,7 +63,7 @@ void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord
   AppendNumber(expansion, static_cast<uint64_t>(record.at(found->byte) >> found->shift) & found->mask);
 }
 
-void Expand(BoundedText& expansion, std::string_view text, const SELRecord& record) {
+void Expand(BoundedText& expansion, std::string_view text, const SELRecord& record, char unwanted) {
   while (true) {
     const size_t open = text.find('|');
     expansion.AppendPadded(text.substr(0, open));
@@ -71,7 +71,7 @@ void Expand(BoundedText& expansion, std::string_view text, const SELRecord& reco
     text.remove_prefix(open + 1);
     const size_t close = text.find('|');
     if (close == std::string_view::npos) break;
-    AppendToken(expansion, text.substr(0, close), record);
+    AppendToken(expansion, text.substr(0, close), record, unwanted);
     text.remove_prefix(close + 1);
   }
 }
@@ -88,7 +88,7 @@ void DumpRecord(BoundedText& dump, const SELRecord& record) {
 
 }  // namespace
 
-size_t Describe(const SELRecord& record, std::span<char> buffer) {
+size_t Describe(const SELRecord& record, std::span<char> buffer, char unwanted) {
   BoundedText description(buffer.first(std::min(buffer.size(), DESCRIPTION_MAX + 1)));
   const uint8_t sensorType = record[RECORD_SENSOR_TYPE];
   const uint8_t eventData1 = record[RECORD_EVENT_DATA_1];
@@ -98,7 +98,7 @@ size_t Describe(const SELRecord& record, std::span<char> buffer) {
   }
   const std::string_view form = FindEventTemplate(sensorType, record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1);
   if (!form.empty()) {
-    Expand(description, form, record);
+    Expand(description, form, record, unwanted);
   } else {
     DumpRecord(description, record);
   }
@@ -107,6 +107,6 @@ size_t Describe(const SELRecord& record, std::span<char> buffer) {
 
 char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
   std::array<char, DESCRIPTION_MAX + 1> description;
-  Describe(*record, description);
+  Describe(*record, description, '\0');
   return strncpy(output, description.data(), length);
 }

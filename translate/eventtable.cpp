@@ -380,6 +380,7 @@ constexpr uint64_t g_ulSELEventDescCount = sizeof(g_aSELEventDesc) / sizeof(g_aS
 
 static_assert(g_ulSELEventDescCount == 365);
 static_assert(LongestText(g_aSELEventDesc, &tagSEL_EVENT_DESC::szText) == 123);
+static_assert(CountRows(g_aSELEventDesc, [](const auto& row) { return row.szText[0] == '\0'; }) == 0);
 static_assert(123 + BoundedText::PADDING <= sizeof(tagSEL_EVENT_DESC::szText));
 static_assert(CountRows(g_aSELEventDesc, [](const auto& row) { return (row.byValue & ~row.byMask) != 0; }) == 0);
 
@@ -394,7 +395,7 @@ static_assert(RowsWithMask(0xC1) == 6 && RowsWithMask(0x3F) == 5 && RowsWithMask
 std::string_view FindEventTemplate(uint8_t sensorType, uint8_t eventType, uint8_t eventData1) {
   static constexpr auto INDEX =
       IndexRows<256>(g_aSELEventDesc, &tagSEL_EVENT_DESC::szText, [](const auto& row) { return row.bySensorType; });
-  return INDEX.Find(sensorType, [=](const auto& row) {
+  return INDEX.Find(g_aSELEventDesc, sensorType, [=](const auto& row) {
     return row.byEventType == eventType && (eventData1 & row.byMask) == row.byValue;
   });
 }

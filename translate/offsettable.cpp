@@ -154,6 +154,7 @@ constexpr uint64_t g_ulSELOffsetDescCount = sizeof(g_aSELOffsetDesc) / sizeof(g_
 
 static_assert(g_ulSELOffsetDescCount == 141);
 static_assert(LongestText(g_aSELOffsetDesc, &tagSEL_OFFSET_DESC::szText) == 59);
+static_assert(CountRows(g_aSELOffsetDesc, [](const auto& row) { return row.szText[0] == '\0'; }) == 0);
 static_assert(59 + BoundedText::PADDING <= sizeof(tagSEL_OFFSET_DESC::szText));
 static_assert(CountRows(g_aSELOffsetDesc, [](const auto& row) { return row.byOffset > 0x0F; }) == 0);
 
@@ -164,5 +165,5 @@ constexpr size_t Key(uint8_t sensorType, uint8_t offset) { return size_t{sensorT
 std::string_view FindOffsetText(uint8_t sensorType, uint8_t offset) {
   static constexpr auto INDEX = IndexRows<0x1000>(g_aSELOffsetDesc, &tagSEL_OFFSET_DESC::szText,
                                                   [](const auto& row) { return Key(row.bySensorType, row.byOffset); });
-  return INDEX.Find(Key(sensorType, offset), [](const auto&) { return true; });
+  return INDEX.Find(g_aSELOffsetDesc, Key(sensorType, offset), [](const auto&) { return true; });
 }

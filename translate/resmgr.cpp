@@ -118,6 +118,7 @@ bool HostString::Fetch(tagGS_PARAM param) {
     ReportOnOutput("<KESTRUNE> Fail to get string.\n");
     return false;
   }
+  text[length] = '\0';  // also behind a string that is longer than announced
   text_ = {text, length > 0 && text[length - 1] == '\0' ? length - 1 : length};
   return true;
 }

@@ -39,22 +39,22 @@ bool HasByte(Word word, char byte) {
 }
 
 /// Copies a text of a word at least. Returns whether it has neither a NUL nor anything that needs a blank.
-bool CopyWords(std::string_view text, char* to, char separator) {
+bool CopyWords(std::string_view text, char* to, char unwanted, char alsoUnwanted) {
   bool isClean = true;
   ForEachBlock<sizeof(Word)>(text.size(), [&](size_t begin) {
     Word word = 0;
     memcpy(&word, text.data() + begin, sizeof(word));
     memcpy(to + begin, &word, sizeof(word));
-    isClean &= !(HasByte(word, '\0') || HasByte(word, '\n') || HasByte(word, separator));
+    isClean &= !(HasByte(word, '\0') || HasByte(word, unwanted) || HasByte(word, alsoUnwanted));
   });
   return isClean;
 }
 
 /// Copies a text up to its first NUL. Returns its length.
-size_t CopyBytes(std::string_view text, char* to, char separator) {
+size_t CopyBytes(std::string_view text, char* to, char unwanted, char alsoUnwanted) {
   text = text.substr(0, text.find('\0'));
   std::ranges::replace_copy_if(
-      text, to, [separator](char c) { return c == '\n' || c == separator; }, ' ');
+      text, to, [=](char c) { return c == unwanted || c == alsoUnwanted; }, ' ');
   return text.size();
 }
 
@@ -66,12 +66,12 @@ SensorName::SensorName(const SELRecord& record) {
   text_ = isFromHost_ ? host_.Text() : NameOfSensorType(record);
 }
 
-void SensorName::AppendTo(BoundedText& text, size_t most, char separator) const {
+void SensorName::AppendTo(BoundedText& text, size_t most, char unwanted, char alsoUnwanted) const {
   const std::span<char> rest = text.Rest();
   const std::string_view name = text_.substr(0, std::min(most, rest.size() - 1));
-  // Names of fewer bytes than a word are rare, and so are those that need a blank.
-  const bool isCopied = name.size() >= sizeof(Word) && CopyWords(name, rest.data(), separator);
-  text.Take(isCopied ? name.size() : CopyBytes(name, rest.data(), separator));
+  // Byte by byte go the names that are short and those, much rarer, that need a blank.
+  const bool isCopied = name.size() >= sizeof(Word) && CopyWords(name, rest.data(), unwanted, alsoUnwanted);
+  text.Take(isCopied ? name.size() : CopyBytes(name, rest.data(), unwanted, alsoUnwanted));
 }
 
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {

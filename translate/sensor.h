@@ -24,8 +24,9 @@ class SensorName {
   /// The name, with a NUL behind it.
   const char* Text() const { return text_.data(); }
 
-  /// Appends the name, `most` characters of it at most, with a blank for each newline and each `separator`.
-  void AppendTo(BoundedText& text, size_t most, char separator) const;
+  /// Appends the name, `most` characters of it at most, with a blank for each of the two characters that are unwanted;
+  /// a NUL, which no name holds, stands for none.
+  void AppendTo(BoundedText& text, size_t most, char unwanted, char alsoUnwanted) const;
 
  private:
   HostString host_;

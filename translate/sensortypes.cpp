@@ -56,9 +56,10 @@ constexpr uint64_t g_ulSensorTypeNameCount = sizeof(g_aSensorTypeName) / sizeof(
 
 static_assert(g_ulSensorTypeNameCount == 44);
 static_assert(LongestText(g_aSensorTypeName, &tagSENSORTYPE_NAME::szName) == 35);
+static_assert(CountRows(g_aSensorTypeName, [](const auto& row) { return row.szName[0] == '\0'; }) == 0);
 
 std::string_view FindSensorTypeName(uint8_t sensorType) {
   static constexpr auto INDEX =
       IndexRows<256>(g_aSensorTypeName, &tagSENSORTYPE_NAME::szName, [](const auto& row) { return row.bySensorType; });
-  return INDEX.Find(sensorType, [](const auto&) { return true; });
+  return INDEX.Find(g_aSensorTypeName, sensorType, [](const auto&) { return true; });
 }

@@ -1,5 +1,4 @@
-/// tableindex.h: what the tables promise of themselves, and an index; all of it worked out when they are
-/// compiled.
+/// tableindex.h: what the tables promise of themselves, and an index; all of it worked out when they are compiled.
 #ifndef KESTRUNE_TRANSLATE_TABLEINDEX_H_
 #define KESTRUNE_TRANSLATE_TABLEINDEX_H_
 
@@ -25,13 +24,12 @@ constexpr auto CountRows(const Row (&rows)[RowCount], Predicate fits) {
 }
 
 /// Chains the rows of each key in table order, so that a look-up passes over those of all other keys and still finds
-/// the same first row that fits; knows how long their texts are.
+/// the same first row that fits; knows how long their texts are. It refers to no row, so that it needs no relocation.
 template <size_t KeyCount, typename Row, size_t RowCount, size_t TextSize>
 class RowIndex {
  public:
   template <typename KeyOf>
-  constexpr RowIndex(const Row (&rows)[RowCount], char const (Row::*text)[TextSize], KeyOf keyOf)
-      : rows_(rows), text_(text) {
+  constexpr RowIndex(const Row (&rows)[RowCount], char const (Row::*text)[TextSize], KeyOf keyOf) : text_(text) {
     first_.fill(NO_ROW);
     for (size_t i = RowCount; i-- > 0;) {
       uint16_t& first = first_.at(keyOf(rows[i]));
@@ -41,11 +39,11 @@ class RowIndex {
     }
   }
 
-  /// The text of the first row of a key that `fits`; empty where there is none.
+  /// The text of the first of the rows of a key that `fits`; empty where there is none.
   template <typename Predicate>
-  std::string_view Find(size_t key, Predicate fits) const {
+  std::string_view Find(const Row (&rows)[RowCount], size_t key, Predicate fits) const {
     for (uint16_t i = first_[key]; i != NO_ROW; i = next_[i]) {
-      if (fits(rows_[i])) return {rows_[i].*text_, lengths_[i]};
+      if (fits(rows[i])) return {rows[i].*text_, lengths_[i]};
     }
     return {};
   }
@@ -54,7 +52,6 @@ class RowIndex {
   static constexpr uint16_t NO_ROW = 0xFFFF;
   static_assert(RowCount < NO_ROW && TextSize <= 0xFF);
 
-  const Row (&rows_)[RowCount];
   char const (Row::*text_)[TextSize];
   std::array<uint16_t, KeyCount> first_{};
   std::array<uint16_t, RowCount> next_{};

@@ -47,7 +47,7 @@ extern const uint64_t g_ulSELOffsetDescCount;  ///< 141
 /// The name of a sensor type.
 std::string_view FindSensorTypeName(uint8_t sensorType);
 
-/// The text of a sensor type's event offset.
+/// The text of a sensor type's event offset, 0x00 to 0x0F.
 std::string_view FindOffsetText(uint8_t sensorType, uint8_t offset);
 
 /// The template of an event.

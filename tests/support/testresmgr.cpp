@@ -1,9 +1,9 @@
 /// A resource-manager library for tests. Built whole and, with OMIT_... defined, once without each of its exports.
 /// Environment, read at every call:
 ///   RESMGR_NAMES  the names it knows, as object=name;object=name with hexadecimal objects
-///   RESMGR_FAULT  "init": it does not start; "size", "text": that step of a string request fails; "empty": it reports
-///   a
-///                 size of 0; "full": it fills the whole size without a NUL
+///   RESMGR_FAULT  "init": it does not start; "size", "text": that step of a string request fails; "empty": it says a
+///                 size of 0; "full": it fills the size without a NUL; "long": it says 8 bytes too many; "short": it
+///                 says 3 too few, and writes all
 ///   RESMGR_STATE  if set, it is set to "up" by a start and to "down" by a stop
 #include <algorithm>
 #include <cstdint>
@@ -48,10 +48,11 @@ EXPORTED int GetStringA(uint16_t language, tagGS_PARAM* param, char* buffer, uin
   const std::string name = list.substr(start, list.find(';', start) - start);
   if (buffer == nullptr) {
     const size_t behind = HasFault("full") ? 0 : HasFault("long") ? 9 : 1;
-    *size = HasFault("empty") ? 0 : static_cast<uint32_t>(name.size() + behind);
+    const size_t missing = HasFault("short") ? 3 : 0;
+    *size = HasFault("empty") ? 0 : static_cast<uint32_t>(name.size() + behind - missing);
   } else {
     std::memset(buffer, '?', *size);
-    std::memcpy(buffer, name.c_str(), std::min<size_t>(*size, name.size() + 1));
+    std::memcpy(buffer, name.c_str(), HasFault("short") ? name.size() + 1 : std::min<size_t>(*size, name.size() + 1));
   }
   return 1;
 }
