@@ -11,6 +11,7 @@
 /// Writes into a buffer, which must outlive it: what fits with a NUL behind it; the rest is dropped.
 class BoundedText {
  public:
+  /// Size of the pieces of AppendPadded, in bytes: two vector registers of 16.
   static constexpr size_t PADDING = 32;
 
   /// The buffer has one byte at least.

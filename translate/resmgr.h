@@ -38,7 +38,8 @@ int InitResMgr();
 /// loaded.
 void UninitResMgr();
 
-/// A string of the host's. A short one is kept in the object itself.
+/// A string of the host's. A short one is kept in the object itself, so that a list with a name in every line is made
+/// without an allocation for each.
 class HostString {
  public:
   HostString() = default;
@@ -59,7 +60,7 @@ class HostString {
   std::string_view text_;
 };
 
-/// Fetches one string. Returns 1 with `*string` set to a new array that the caller frees with array delete, or 0 with
+/// Fetches one string for a caller who keeps it. Returns 1 with `*string` set to a new array that the caller frees with array delete, or 0 with
 /// `*string` untouched. Reports on standard output. Throws std::bad_alloc.
 int GetStringA(tagGS_PARAM param, char** string);
 
