@@ -60,7 +60,8 @@ class HostString {
   std::string_view text_;
 };
 
-/// Fetches one string for a caller who keeps it. Returns 1 with `*string` set to a new array that the caller frees with array delete, or 0 with
+/// Fetches one string for a caller who keeps it. Returns 1 with `*string` set to a new array that the caller frees with
+/// array delete, or 0 with
 /// `*string` untouched. Reports on standard output. Throws std::bad_alloc.
 int GetStringA(tagGS_PARAM param, char** string);
 
