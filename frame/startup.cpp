@@ -10,8 +10,10 @@
 #include "hostdata/catalogue.h"
 #include "kestrune/kestrune.h"
 #include "platform/message.h"
+#include "sel/selfilter.h"
 #include "sel/selstore.h"
 #include "textlog/logfilter.h"
+#include "textlog/logmerger.h"
 
 char AppLogList[256] = {};
 uint32_t selEnable = 0;
@@ -62,6 +64,11 @@ int IsOSSupported() {
   return 1;
 }
 
+void RemoveLeftFiles() {
+  RemoveLeftWorkFiles();
+  RemoveLeftCopies();
+}
+
 int OnInitData() {
   Debug("Dbg (%s:OnInitData): Do Initialize!\n");
   ReserveConfigGroups();
@@ -89,6 +96,6 @@ int OnUninitData() {
     UninitSELLog();
     selEnable = 0;
   }
-  remove(FindLogSource(LOG_APPLICATION)->pszPath);
+  RemoveMergedLog();
   return CleanTmpFile();
 }

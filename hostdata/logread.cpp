@@ -18,8 +18,7 @@ void MergeApplicationLog() {
 }
 
 bool IsUnavailable(const LogSource& log) {
-  if (log.dwID == LOG_SEL) return selEnable != 1;
-  return log.dwID == LOG_APPLICATION && IsMergedLogForeign();
+  return log.dwID == LOG_SEL && selEnable != 1;
 }
 
 uint64_t CountRecords(const LogSource& log, int sortFirst, uint64_t* begin, uint64_t* end) {

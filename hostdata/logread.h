@@ -14,8 +14,7 @@
 /// Brings the merged application log up to date.
 void MergeApplicationLog();
 
-/// Whether the log answers as an empty one without being looked at: the SEL while its store is not started, the
-/// application log where somebody else's file stands in place of the merged one.
+/// Whether the log answers as an empty one without being looked at: the SEL while its store is not started.
 bool IsUnavailable(const LogSource& log);
 
 /// The number of records of a log, or of those in a range; 0 for a missing or unavailable one. `begin` and `end` are

@@ -1,6 +1,7 @@
 #include "sel/selfilter.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +13,7 @@
 #include <string_view>
 
 #include "platform/boundedtext.h"
+#include "platform/filestatus.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
@@ -202,9 +204,11 @@ namespace {
 
 /// Copies the SEL log file, so that its writer cannot change it between check and read.
 void CopyLogFile(const char* file, TemporaryFile& copy) {
-  if (!ClearName(copy.Path()) || !CommandFits(COPY_COMMAND, file, copy.Path())) return;
-  // Where there is nothing to copy, nothing is made: a missing file must be found missing.
-  if (IsReadable(file) && IsRegularFile(file) && copy.Make()) RunCommand(COPY_COMMAND, file, copy.Path());
+  if (access(file, F_OK) == 0 && !IsPlainFile(file)) return;  // counts as missing: to copy it may never end
+  if (!CommandFits(COPY_COMMAND, file, copy.Path()) || !copy.Make()) return;
+  RunCommand(COPY_COMMAND, file, copy.Path());
+  // A file that is missing must be found missing.
+  if (!IsReadable(file) && SizeOf(copy.Path()) == 0) copy.Remove();
 }
 
 }  // namespace
@@ -229,6 +233,8 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
     return 0;
   }
 }
+
+void RemoveLeftCopies() { RemoveLeftFiles(COPY_PREFIX); }
 
 int FormatSELLine(const SELRecord* record, char* line) {
   WriteLine(*record, line);

@@ -29,6 +29,9 @@ inline constexpr size_t SEL_LINE_SIZE = 256;
 /// stands for the last position); `*begin` stays. Returns 0 on failure, with `*out` untouched.
 uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* end);
 
+/// Removes the copies of the SEL log file that killed processes have left. The caller holds the lock between processes.
+void RemoveLeftCopies();
+
 /// Writes a record's line, from column 2 on and with its newline and a NUL, into SEL_LINE_SIZE - 2 bytes. Returns 1.
 /// Throws std::bad_alloc.
 int FormatSELLine(const SELRecord* record, char* line);

@@ -14,7 +14,7 @@
 namespace {
 
 /// Whether a copy was made and can be read. What may stand under the name of one that was not made is somebody else's.
-bool IsThere(const TemporaryFile& copy) { return copy.IsMade() && access(copy.Path(), R_OK) == 0; }
+bool IsThere(const TemporaryFile& copy) { return copy.IsOurs() && access(copy.Path(), R_OK) == 0; }
 
 using Header = std::array<uint8_t, SEL_LOG_HEADER_SIZE>;
 

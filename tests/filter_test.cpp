@@ -185,6 +185,8 @@ TEST_F(FilterTest, MergingFollowsTheNewestTime) {
 
 TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   const std::string log = MakeLog(3);
+  const std::string cut_in_a_line =
+      "$real \"$@\" | awk 'NR > 1 { print last } { last = $0 } END { printf \"%s\", substr(last, 1, 30) }'; exit";
   const std::string cut = "$real \"$@\" | awk '{print; exit}'; exit";
   machine::WriteFile(kCron, log);
   const struct {
@@ -202,7 +204,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"awk", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cp", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cat", nullptr, LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
-      {"mv", nullptr, LOG_APPLICATION, 1, 3, ""},
+      {"mv", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile},
       {"rm", nullptr, LOG_MESSAGES, 1, 3, ""},
       {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
@@ -211,6 +213,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"sort", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
       {"sort", cut.c_str(), LOG_APPLICATION, 1, 0, kEmptyFile},
       {"sed", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
+      {"sed", cut_in_a_line.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
       {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
       {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
       // The result vanishes once it was counted, which is done after the second file was removed.
@@ -252,9 +255,8 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
                       target = folder + "/target";
     for (const std::string kind : {"link", "dangling link", "hard link", "FIFO", "stranger's file", "folder"}) {
       SCOPED_TRACE(testing::Message() << kind << " at " << name);
-      const bool is_folder = kind == "folder";
       machine::WriteFile(victim, "victim");
-      if (is_folder) machine::PlantFolder(name);
+      if (kind == "folder") machine::PlantFolder(name);
       if (kind == "link") machine::PlantLink(name, victim);
       if (kind == "dangling link") machine::PlantLink(name, target);
       if (kind == "hard link") machine::PlantHardLink(name, victim);
@@ -266,20 +268,40 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
       const Reply reply = Fetch(Load(), Group(LOG_APPLICATION), 4);
       alarm(0);
       EXPECT_EQ(reply.result, 1);
-      EXPECT_EQ(reply.rows, is_folder ? Rows() : expected);
+      EXPECT_EQ(reply.rows, expected);
       EXPECT_EQ(machine::ReadFile(victim), "victim");
       EXPECT_EQ(machine::Listing(folder).count("target"), 0U);
-      if (is_folder) {
-        EXPECT_EQ(machine::Listing(name), Names());
-        machine::Remove(name);
-        SeedWorkFile();
-        EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).rows, expected) << "once the folder has gone";
-      }
       Unload();
+      EXPECT_EQ(machine::RemoveAside(name), kind == "folder" ? 1 : 0);
       machine::Remove(victim);
       EXPECT_EQ(NewInTmp(), Names());
       EXPECT_EQ(machine::Listing("/var/log"), Names{"cron"});
     }
+  }
+}
+
+TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
+  machine::WriteFile(kMessages, MakeLog(2));
+  machine::WriteFile(kCron, MakeLog(2));
+  const struct {
+    const char* folder;
+    uint32_t id;
+    std::string file;
+  } cases[] = {{"/tmp", LOG_MESSAGES, kCache}, {"/var/log", LOG_APPLICATION, kMerged}};
+  for (const auto& c : cases) {
+    Start();
+    struct stat before {};
+    ASSERT_EQ(stat(c.folder, &before), 0);
+    ASSERT_EQ(chmod(c.folder, 0777), 0);
+    const Reply reply = Fetch(Load(), Group(c.id), 2);
+    EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, 0, 0, 0}));
+    EXPECT_EQ(reply.messages.at(1), Err("PrivateFile", "Can't make file " + c.file +
+                                                           ": its folder is writable for all and not sticky!"));
+    EXPECT_EQ(access(c.file.c_str(), F_OK), -1);
+    ASSERT_EQ(chmod(c.folder, 0775), 0);
+    EXPECT_EQ(Fetch(Load(), Group(c.id), 2).count, 2U) << "its group is trusted";
+    ASSERT_EQ(chmod(c.folder, before.st_mode & 07777), 0);
+    Unload();
   }
 }
 

@@ -106,7 +106,7 @@ TEST_F(GuestTest, WhatIsOpenMeanwhileClosesInOtherProcesses) {
       ++opened;
     }
   });
-  EXPECT_EQ(opened, 1) << "the pipe";
+  EXPECT_EQ(opened, 2) << "the pipe and the lock between processes";
 }
 
 TEST_F(GuestTest, AThreadThatIsCancelledEndsBehindItsRequest) {

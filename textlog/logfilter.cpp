@@ -7,9 +7,11 @@
 #include <cstdio>
 #include <cstring>
 
+#include "platform/filestatus.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
+#include "textlog/logmerger.h"
 
 /// The log that the filter cache was made of. Guarded by the module lock, as is the cache.
 static std::array<char, SHELL_LINE_SIZE> lastFilteredLog{};
@@ -27,42 +29,72 @@ constexpr char GREP_AND_SORT[] = "grep %s %s|sort -M > %s1 %s";
 
 PrivateFile filterCache(CACHE_FILE);
 
-/// The work files of one call: each step of the filter writes the second from the first, which then takes its place.
+/// Passes on `isReplaced`, which tells that a file of ours has become somebody else's: it is never answered. Asked both
+/// before a command reads the file and afterwards.
+bool ReportIf(bool isReplaced, const char* path) {
+  if (isReplaced) Error("Err (%s:LogFilter): File %s was replaced by somebody else!\n", path);
+  return isReplaced;
+}
+
+bool IsReplaced(const PrivateFile& file) { return ReportIf(file.IsForeign(), file.Path()); }
+
+/// Whether a command may read the file.
+bool IsUsable(const PrivateFile& file) { return !IsReplaced(file) && file.IsOurs(); }
+
+/// Whether the log is a merged one that is not this process's own. Any other log belongs to somebody else anyway.
+bool IsReplaced(const char* logFile) { return ReportIf(IsForeignMergedLog(logFile), logFile); }
+
+/// The work files of one call: each step of the filter writes the output from the input, whose place it then takes.
 class WorkFiles {
  public:
-  explicit WorkFiles(long number) : work_(WORK_FILE_PREFIX, number), second_(WORK_FILE_PREFIX, number, "1") {}
+  explicit WorkFiles(long number) : input_(WORK_FILE_PREFIX, number), output_(WORK_FILE_PREFIX, number, "1") {}
 
-  const char* Path() const { return work_.Path(); }
+  /// The input; the output's path is this one and "1".
+  const char* Path() const { return input_.Path(); }
 
-  /// Makes the work file a copy of the cache.
+  /// Makes the input a copy of the cache.
   void CopyCache() {
-    if (!ClearName(Path()) || !filterCache.IsOurs() || !IsReadable(CACHE_FILE) || !work_.Make()) return;
+    if (!IsUsable(filterCache) || !input_.Make()) return;
     RunCommand("cp -f %s %s", CACHE_FILE, Path());
-    if (SizeOf(Path()) < SizeOf(CACHE_FILE)) work_.Remove();  // cut short: no room for it
+    // Less than the cache is a copy cut short: there was no room for it.
+    if (IsReplaced(filterCache) || SizeOf(Path()) < SizeOf(CACHE_FILE)) input_.Remove();
   }
 
-  bool IsMade() const { return work_.IsMade(); }
+  bool IsMade() const { return input_.IsMade(); }
 
-  /// Lines of the work file. One that could not be made has none: what may stand under its name is somebody else's.
-  uint64_t CountLines() const { return IsMade() ? CountFileLines(Path()) : 0; }
+  /// Lines of the input. One that could not be made has none: what may stand under its name is somebody else's.
+  uint64_t CountLines() const {
+    const uint64_t lines = IsMade() && IsUsable(input_) ? CountFileLines(Path()) : 0;
+    return lines != 0 && IsReplaced(input_) ? 0 : lines;
+  }
 
-  /// Makes the work file or the second one, empty and private, for a command to write. Throws 1 when it cannot be made.
-  void MakeFirst() { MakeOrThrow(work_); }
-  void MakeSecond() { MakeOrThrow(second_); }
+  /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
+  void MakeInput() { MakeOrThrow(input_); }
+  void MakeOutput() { MakeOrThrow(output_); }
 
-  /// Whether the second file holds at least as much as the work file, of which it was made.
-  bool IsSecondWhole() const { return SizeOf(second_.Path()) >= SizeOf(Path()); }
+  /// Whether the output holds at least as many bytes as the input, of which it was made, or as many lines as are given.
+  bool IsOutputWhole() const { return SizeOf(output_.Path()) >= SizeOf(Path()); }
+  bool HasOutputLines(uint64_t lines) const { return HasLines(output_.Path(), lines); }
+  /// Whether the input, made anew from the output, holds as much.
+  bool IsInputWhole() const { return SizeOf(Path()) >= SizeOf(output_.Path()); }
 
-  /// The caller of the filter removes the work file.
-  void HandOn() { work_.HandOn(); }
+  /// To be called once a command was told to move the output to the input's place. Returns whether it did.
+  bool IsMoved() {
+    if (output_.IsOurs()) return false;
+    input_.Become(output_);
+    return input_.IsOurs();
+  }
+
+  /// The caller of the filter removes the input.
+  void Release() { input_.Release(); }
 
  private:
   static void MakeOrThrow(TemporaryFile& file) {
     if (!file.Make()) throw 1;
   }
 
-  TemporaryFile work_;
-  TemporaryFile second_;
+  TemporaryFile input_;
+  TemporaryFile output_;
 };
 
 /// Whether the names fit every command that the filter may make of them, and its buffers.
@@ -72,26 +104,11 @@ bool Fits(const char* logFile, const char* keyword, const char* work) {
          (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
 }
 
-/// Whether a file has as many newlines.
-bool HasLines(const char* path, int lines) {
-  const File file = OpenForReading(path);
-  std::array<char, 4096> piece{};
-  while (file != nullptr && lines > 0) {
-    const size_t size = fread(piece.data(), 1, piece.size(), file.get());
-    if (size == 0) break;
-    lines -= static_cast<int>(std::count(piece.begin(), piece.begin() + size, '\n'));
-  }
-  return lines <= 0;
-}
-
-/// Brings the filter cache up to date if it belongs to another log or is gone.
-void RefreshCache(const char* logFile) {
-  const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
-  if (isSameLog && filterCache.IsOurs() && IsReadable(CACHE_FILE)) return;
-  memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
+/// Makes the filter cache a copy of the log. Returns whether it is whole.
+bool FillCache(const char* logFile) {
   const off_t before = SizeOf(logFile);
   const uint64_t lines = CountFileLines(logFile);
-  if (!filterCache.Make()) return;
+  if (IsReplaced(logFile) || !filterCache.Make()) return false;
   bool isWhole = false;
   if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
@@ -102,17 +119,31 @@ void RefreshCache(const char* logFile) {
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
     isWhole = HasLines(CACHE_FILE, LOG_MAX_LINES - 1);  // the last may not have ended yet
   }
-  // A copy cut short is no copy: the log is read again next time.
-  if (!isWhole) ClearName(CACHE_FILE);
+  return !IsReplaced(logFile) && !IsReplaced(filterCache) && isWhole;
+}
+
+/// Brings the filter cache up to date if it belongs to another log or is gone. Returns whether there is one.
+bool RefreshCache(const char* logFile) {
+  const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
+  if (isSameLog && filterCache.IsOurs()) return true;
+  memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
+  if (FillCache(logFile)) {
+    filterCache.Settle();
+    return true;
+  }
+  // Part of a log is no log: it is read again next time.
+  filterCache.Remove();
+  return false;
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
 uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
   if (keyword != nullptr && files.IsMade()) {
-    const char* work = files.Path();
-    files.MakeSecond();
-    RunCommand("grep %s %s > %s1", keyword, work, work);
-    RunCommand("mv -f %s1 %s", work, work);
+    const char* input = files.Path();
+    files.MakeOutput();
+    RunCommand("grep %s %s > %s1", keyword, input, input);
+    RunCommand("mv -f %s1 %s", input, input);
+    if (!files.IsMoved()) throw 1;
   }
   uint64_t lines = files.CountLines();
   if (lines != 0 && begin != nullptr && end != nullptr) {
@@ -121,54 +152,64 @@ uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint
   return lines;
 }
 
-/// First step of the output mode: the keyword and the sort by month.
+/// First step of the output mode: the keyword and the sort by month. An output cut short leaves the input empty; how
+/// much grep selects is not known beforehand.
 void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
   if ((keyword == nullptr && sortFirst == 0) || !files.IsMade()) return;
-  files.MakeSecond();
-  const char* work = files.Path();
+  files.MakeOutput();
+  const char* input = files.Path();
   if (keyword == nullptr) {
-    RunCommand("sort -M %s > %s1 %s", work, work, QUIET);
+    RunCommand("sort -M %s > %s1 %s", input, input, QUIET);
   } else if (sortFirst != 0) {
-    RunCommand(GREP_AND_SORT, keyword, work, work, QUIET);
+    RunCommand(GREP_AND_SORT, keyword, input, input, QUIET);
   } else {
-    RunCommand("grep %s %s > %s1 %s", keyword, work, work, QUIET);
+    RunCommand("grep %s %s > %s1 %s", keyword, input, input, QUIET);
   }
-  const bool isWhole = keyword != nullptr || files.IsSecondWhole();
-  RunCommand("mv -f %s1 %s %s", work, work, QUIET);
-  if (!isWhole) files.MakeFirst();
+  const bool isWhole = keyword != nullptr || files.IsOutputWhole();
+  RunCommand("mv -f %s1 %s %s", input, input, QUIET);
+  if (!files.IsMoved() || !isWhole) files.MakeInput();
 }
 
-/// Writes the lines wanted into the work file, newest first, and returns their number, which is 0 for an empty range.
-/// Throws 1 when there is nothing to list.
+/// Writes the lines wanted, padded, from the input to the output. Returns whether all are there, with their number in
+/// `wanted`, which is 0 for an empty range. A day of the month that is padded with a blank gets a zero instead.
+bool CutAndPad(WorkFiles& files, uint64_t* begin, uint64_t* end, uint64_t& wanted) {
+  const char* input = files.Path();
+  if (begin == nullptr || end == nullptr) {
+    files.MakeOutput();
+    RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", input, input);
+    return files.IsOutputWhole();
+  }
+  const uint64_t lines = wanted;
+  CompareRange(begin, end, lines, &wanted);
+  if (wanted == 0) return true;
+  const uint64_t first = lines - *end + 1;
+  const uint64_t last = lines - *begin + 1;
+  *begin = first;
+  *end = last;
+  files.MakeOutput();
+  RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
+             static_cast<long>(last), input, input);
+  return files.HasOutputLines(wanted);
+}
+
+/// Writes the lines wanted into the input, newest first, and returns their number, which is 0 for an empty range.
+/// Throws 1 when there is nothing to list, or not all of it.
 uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint64_t* begin, uint64_t* end) {
-  const char* work = files.Path();
   SelectAndSort(files, keyword, sortFirst);
-  const uint64_t lines = files.CountLines();
-  if (lines == 0) {
+  uint64_t wanted = files.CountLines();
+  if (wanted == 0) {
     Debug("Dbg (%s:LogFilter): empty file!\n");
     throw 1;
   }
-  uint64_t wanted = lines;
-  // A day of the month that is padded with a blank gets a zero instead.
-  if (begin == nullptr || end == nullptr) {
-    files.MakeSecond();
-    RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", work, work);
-  } else {
-    CompareRange(begin, end, lines, &wanted);
-    if (wanted == 0) return 0;
-    const uint64_t first = lines - *end + 1;
-    const uint64_t last = lines - *begin + 1;
-    *begin = first;
-    *end = last;
-    files.MakeSecond();
-    RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
-               static_cast<long>(last), work, work);
-  }
-  files.MakeFirst();  // so that nothing unsorted is left in it
-  RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
-  RunCommand("rm -f %s1 %s", work, QUIET);
+  bool isWhole = CutAndPad(files, begin, end, wanted);
+  if (wanted == 0) return 0;
+  files.MakeInput();  // so that nothing unsorted is left in it
+  const char* input = files.Path();
+  if (isWhole) RunCommand("sort -M -r %s1 > %s %s", input, input, QUIET);
+  isWhole = isWhole && files.IsInputWhole();
+  RunCommand("rm -f %s1 %s", input, QUIET);
   const uint64_t listed = files.CountLines();
-  if (listed < wanted) {  // none, or cut short
+  if (!isWhole || listed < wanted) {
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
   }
@@ -203,14 +244,14 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
     Error("Err (%s:LogFilter): File %s doesn't exist!\n", logFile);
     return 0;
   }
-  RefreshCache(logFile);
-  files.CopyCache();
+  if (IsReplaced(logFile)) return 0;
+  if (RefreshCache(logFile)) files.CopyCache();
   if (resultFile != nullptr) resultFile[0] = '\0';
   try {
     if (resultFile == nullptr) return CountLines(files, keyword, begin, end);
     const uint64_t lines = WriteResult(files, keyword, sortFirst, begin, end);
     if (lines == 0) return 0;
-    files.HandOn();
+    files.Release();
     snprintf(resultFile, RESULT_FILE_SIZE, "%.*s", static_cast<int>(RESULT_FILE_SIZE - 1), files.Path());
     return lines;
   } catch (...) {
@@ -218,4 +259,6 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
   }
 }
 
-int CleanTmpFile() { return remove(CACHE_FILE); }
+int CleanTmpFile() { return filterCache.Remove(); }
+
+void RemoveLeftWorkFiles() { RemoveLeftFiles(WORK_FILE_PREFIX); }

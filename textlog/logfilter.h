@@ -1,5 +1,8 @@
 /// logfilter.h: counts a text log, or cuts a range of it into a file, newest line first, with shell commands.
 ///
+/// A log that is no plain file (see platform/filestatus.h) is answered like a missing one. After each command its output
+/// is checked for the bytes or lines that it must have: half an output is none.
+///
 /// Two files are at work. The filter cache holds a copy of the log filtered last, or of its last LOG_MAX_LINES lines; a
 /// host that pages through one log sees it as it was when the first page was asked for, until another log is filtered
 /// or the cache is gone. The work file belongs to one call; in the output mode it is handed to the caller.
@@ -36,7 +39,10 @@ int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count
 uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, int sortFirst, uint64_t* begin,
                    uint64_t* end);
 
-/// Removes the filter cache; returns what remove() answers.
+/// Removes the filter cache, if it is this process's own. Returns 0, or -1 when there was nothing to remove.
 int CleanTmpFile();
+
+/// Removes the work files of processes that were killed. The caller holds the lock between processes.
+void RemoveLeftWorkFiles();
 
 #endif  // KESTRUNE_TEXTLOG_LOGFILTER_H_

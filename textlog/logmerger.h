@@ -8,7 +8,10 @@
 /// command line are refused with nothing touched. Returns 0.
 int LogMerger(char* fileList, const char* target);
 
-/// Whether something stands under the last target's name that LogMerger did not make and could not clear away.
-bool IsMergedLogForeign();
+/// Whether `path` is the last target's name, and what stands there is not what LogMerger has made.
+bool IsForeignMergedLog(const char* path);
+
+/// Removes the last target, if it is still what LogMerger has made.
+void RemoveMergedLog();
 
 #endif  // KESTRUNE_TEXTLOG_LOGMERGER_H_

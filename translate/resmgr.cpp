@@ -110,16 +110,18 @@ bool HostString::Fetch(tagGS_PARAM param) {
     ReportOnOutput("<KESTRUNE> Fail to get size of string.\n");
     return false;
   }
-  // One zero byte more, so that a library which counts no NUL does not make its reader run on.
+  // Not filled with zeros: a library that announces far more than its string has would cost the memory of all of it.
   const size_t length = size;
-  if (length >= SHORT_SIZE) long_ = std::make_unique<char[]>(length + 1);
+  if (length >= SHORT_SIZE) long_ = std::make_unique_for_overwrite<char[]>(length + 1);
   char* text = length >= SHORT_SIZE ? long_.get() : short_.data();
+  text[0] = '\0';
   if (g_lpfnGetString(language, &param, text, &size) == 0) {
     ReportOnOutput("<KESTRUNE> Fail to get string.\n");
     return false;
   }
-  text[length] = '\0';  // also behind a string that is longer than announced
-  text_ = {text, length > 0 && text[length - 1] == '\0' ? length - 1 : length};
+  // A library may count no NUL, or write a string that is longer than announced.
+  text[length] = '\0';
+  text_ = text;
   return true;
 }
 

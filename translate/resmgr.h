@@ -49,7 +49,7 @@ class HostString {
   /// Fetches the string, once. Returns false where there is none. Reports on standard output. Throws std::bad_alloc.
   bool Fetch(tagGS_PARAM param);
 
-  /// What was fetched, with a NUL behind it. A library that counts more than its string has leaves a NUL within.
+  /// What was fetched, up to its first NUL, which follows it.
   std::string_view Text() const { return text_; }
 
  private:

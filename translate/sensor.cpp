@@ -38,24 +38,21 @@ bool HasByte(Word word, char byte) {
   return ((differences - ONES) & ~differences & ONES << 7) != 0;
 }
 
-/// Copies a text of a word at least. Returns whether it has neither a NUL nor anything that needs a blank.
+/// Copies a text of a word at least. Returns whether nothing in it needs a blank.
 bool CopyWords(std::string_view text, char* to, char unwanted, char alsoUnwanted) {
   bool isClean = true;
   ForEachBlock<sizeof(Word)>(text.size(), [&](size_t begin) {
     Word word = 0;
     memcpy(&word, text.data() + begin, sizeof(word));
     memcpy(to + begin, &word, sizeof(word));
-    isClean &= !(HasByte(word, '\0') || HasByte(word, unwanted) || HasByte(word, alsoUnwanted));
+    isClean &= !(HasByte(word, unwanted) || HasByte(word, alsoUnwanted));
   });
   return isClean;
 }
 
-/// Copies a text up to its first NUL. Returns its length.
-size_t CopyBytes(std::string_view text, char* to, char unwanted, char alsoUnwanted) {
-  text = text.substr(0, text.find('\0'));
+void CopyBytes(std::string_view text, char* to, char unwanted, char alsoUnwanted) {
   std::ranges::replace_copy_if(
       text, to, [=](char c) { return c == unwanted || c == alsoUnwanted; }, ' ');
-  return text.size();
 }
 
 }  // namespace
@@ -71,7 +68,8 @@ void SensorName::AppendTo(BoundedText& text, size_t most, char unwanted, char al
   const std::string_view name = text_.substr(0, std::min(most, rest.size() - 1));
   // Byte by byte go the names that are short and those, much rarer, that need a blank.
   const bool isCopied = name.size() >= sizeof(Word) && CopyWords(name, rest.data(), unwanted, alsoUnwanted);
-  text.Take(isCopied ? name.size() : CopyBytes(name, rest.data(), unwanted, alsoUnwanted));
+  if (!isCopied) CopyBytes(name, rest.data(), unwanted, alsoUnwanted);
+  text.Take(name.size());
 }
 
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {

@@ -234,7 +234,8 @@ KESTRUNE_EXPORT int32_t SPConfig(uint32_t op, const char* request, void* pArg1, 
 /// The look-up behind SPConfig, without its lock and without its test that the module is started.
 KESTRUNE_EXPORT int32_t DefSPConfigHandler(uint8_t op, const char* request, void* pArg1, void* pArg2, void* pArg3);
 
-/// Prints the controller's whole event log to standard output, for diagnosis.
+/// Prints the controller's whole event log (65,535 entries at most) to standard output, for diagnosis. Waits for a
+/// request that is running, so it must not be called from Output or a gm... function, which run inside one.
 KESTRUNE_EXPORT void ShowBMCSELLogDebug(void);
 
 // ---- Values and strings --------------------------------------------------------------------------------------------

@@ -115,6 +115,17 @@ std::set<std::string> Listing(const std::string& folder) {
   return names;
 }
 
+int RemoveAside(const std::string& path) {
+  const fs::path folder = fs::path(path).parent_path();
+  int removed = 0;
+  for (const std::string& name : Listing(folder)) {
+    if (!name.starts_with(fs::path(path).filename().string() + ".aside.")) continue;
+    fs::remove_all(folder / name);
+    ++removed;
+  }
+  return removed;
+}
+
 std::set<int> OpenDescriptors() {
   std::set<int> open;
   for (int descriptor = 0; descriptor < 256; ++descriptor) {

@@ -29,6 +29,8 @@ void PlantFIFO(const std::string& path);
 /// A file that everybody may write, of another user where this process may make one.
 void PlantStrangersFile(const std::string& path);
 std::set<std::string> Listing(const std::string& folder);
+/// Removes what was renamed aside from `path`. Returns how many there were.
+int RemoveAside(const std::string& path);
 std::set<int> OpenDescriptors();
 /// Lays the resource-manager library of the tests where the module looks for it, or one without the export `omitted`.
 void InstallResourceManager(const std::string& omitted = "");
