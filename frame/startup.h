@@ -2,9 +2,6 @@
 #ifndef KESTRUNE_FRAME_STARTUP_H_
 #define KESTRUNE_FRAME_STARTUP_H_
 
-/// Whether something stands at `path`, whatever its kind and permissions; 1 or 0.
-int IsFileExist(const char* path);
-
 /// Asks the host whether this system is supported; 1 or 0. On one distribution it also removes LC_TIME and LC_CTYPE
 /// from the environment, without which the month sort of the log filter fails there. Called without the module lock.
 int IsOSSupported();

@@ -4,7 +4,7 @@
 
 #include "fuzz/host.h"
 #include "sel/selfilter.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 
 void Fuzz(FuzzedDataProvider& input) {
   SELRecord record{};

@@ -5,28 +5,15 @@
 #include <memory>
 #include <string_view>
 
-#include "frame/compat.h"
+#include "hostdata/value.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
+#include "sel/selline.h"
+#include "textlog/textline.h"
 
 namespace {
 
 constexpr uint32_t LOG_ENTRY_COUNT = 5;
-
-/// Columns of a text line.
-constexpr size_t TEXT_DATE_END = 6;
-constexpr size_t TEXT_TIME = 7;
-constexpr size_t TEXT_TIME_END = 15;
-constexpr size_t TEXT_HOST = 16;
-
-/// Columns of a SEL line.
-constexpr char SEL_SEPARATOR = '|';
-constexpr size_t SEL_ORIGIN_END = 1;
-constexpr size_t SEL_DATE = 2;
-constexpr size_t SEL_DATE_END = 8;
-constexpr size_t SEL_TIME = 9;
-constexpr size_t SEL_TIME_END = 17;
-constexpr size_t SEL_SENSOR = 18;
 
 /// The columns of a line from `begin` up to `end`; what lies behind the end of the line is empty.
 std::string_view Columns(std::string_view line, size_t begin, size_t end = std::string_view::npos) {
@@ -98,11 +85,11 @@ class ItemFiller {
 
 /// Cuts a text line into an item. A message counts only if it starts before column `last`.
 void FillTextItem(ItemFiller item, std::string_view line, size_t last) {
-  const size_t hostEnd = line.find(' ', TEXT_HOST);
+  const size_t hostEnd = line.find(TEXT_HOST_END, TEXT_HOST);
   const size_t source = std::min(hostEnd, line.size()) + 1;
-  const size_t colon = line.find(':', source);
+  const size_t colon = line.find(TEXT_SOURCE_END, source);
   const bool hasSource = colon != std::string_view::npos;
-  const size_t message = hasSource ? colon + 2 : source;  // behind the colon stands a blank
+  const size_t message = hasSource ? colon + TEXT_MESSAGE_GAP : source;
   item.Add(CE_DATE, Columns(line, 0, TEXT_DATE_END));
   item.Add(CE_TIME, Columns(line, TEXT_TIME, TEXT_TIME_END));
   item.Add(CE_SOURCE, hasSource ? Columns(line, source, colon) : std::string_view());
@@ -113,7 +100,7 @@ void FillTextItem(ItemFiller item, std::string_view line, size_t last) {
 /// Cuts a SEL line into an item; the empty line gives empty entries and the origin 0.
 void FillSELItem(ItemFiller item, std::string_view line) {
   const size_t sensorEnd = std::min(line.find(SEL_SEPARATOR, SEL_SENSOR), line.size());
-  const char origin = line.empty() ? '0' : line[0];
+  const char origin = line.empty() ? SEL_FROM_CONTROLLER : line[SEL_ORIGIN];
   item.Add(CE_DATE, Columns(line, SEL_DATE, SEL_DATE_END));
   item.Add(CE_TIME, Columns(line, SEL_TIME, SEL_TIME_END));
   item.Add(CE_MESSAGE, Columns(line, sensorEnd + 1));

@@ -18,6 +18,8 @@ constexpr unsigned int NULL_DEVICE_MINOR = 3;
 
 }  // namespace
 
+int IsFileExist(const char* path) { return access(path, F_OK) == 0 ? 1 : 0; }
+
 bool IsPlainFile(const char* path) {
   struct stat status {};
   if (stat(path, &status) != 0) return false;

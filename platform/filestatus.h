@@ -6,6 +6,9 @@
 
 #include <cstdint>
 
+/// Whether something stands at `path`, whatever its kind and permissions; 1 or 0.
+int IsFileExist(const char* path);
+
 /// Whether a command may be given the file to read: a regular file or a link to one, or /dev/null, which is an empty
 /// log. Anything else (a device, a FIFO, a terminal) may never end, and the host would wait for it.
 bool IsPlainFile(const char* path);

@@ -7,10 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "kestrune/kestrune.h"
+#include "platform/selrecord.h"
 
-/// A System Event Log record, as the controller keeps it: 16 bytes, least significant byte first.
-using SELRecord = std::array<uint8_t, 16>;
+struct tagVARIANT;
 
 /// Exchange record of gmGetIPMIEntry, and one entry of the SEL cache.
 struct tagSEL_DATA {

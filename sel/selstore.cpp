@@ -3,7 +3,7 @@
 #include "platform/message.h"
 #include "platform/nubo.h"
 #include "sel/selcache.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "translate/resmgr.h"
 
 uint32_t gmEnable = 0;

@@ -188,12 +188,20 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   const std::string cut_in_a_line =
       "$real \"$@\" | awk 'NR > 1 { print last } { last = $0 } END { printf \"%s\", substr(last, 1, 30) }'; exit";
   const std::string cut = "$real \"$@\" | awk '{print; exit}'; exit";
+  const auto swap = [](const std::string& file) {
+    return "[ $2 = " + file + " ] || exec $real \"$@\"; printf 'a\\nb\\nc\\n' >/tmp/strange; /bin/mv -f /tmp/strange " +
+           file;
+  };
+  const auto replaced = [](const std::string& file) {
+    return Err("LogFilter", "File " + file + " was replaced by somebody else!");
+  };
+  const std::string swap_cache = swap(kCache), swap_merged = swap(kMerged);
   machine::WriteFile(kCron, log);
   const struct {
     const char* command;
     const char* script;  // null: the command is missing
     uint32_t id;
-    int32_t result;  // of a fetch, as the count and the last message, if it matters
+    int32_t result;  // of a fetch, as the count and one of the messages, if it matters
     uint32_t count;
     std::string message;
   } cases[] = {
@@ -216,6 +224,9 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"sed", cut_in_a_line.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
       {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
       {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
+      {"cp", swap_cache.c_str(), LOG_MESSAGES, 1, 0, replaced(kCache)},
+      {"cp", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
+      {"wc", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
       // The result vanishes once it was counted, which is done after the second file was removed.
       {"wc", "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi", LOG_MESSAGES, 0, 3,
        Err("FillConfigItem", "Can't open tmp log file!")},
@@ -234,7 +245,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
         EXPECT_EQ(reply.count, c.count);
         EXPECT_EQ(reply.rows, c.result == 1 && c.count == 3 ? ModelRows(log, c.id) : Rows());
         if (!c.message.empty()) {
-          EXPECT_EQ(reply.messages.back(), c.message);
+          EXPECT_EQ(std::count(reply.messages.begin(), reply.messages.end(), c.message), 1);
         }
         commands.TakeCalls();
       }
@@ -244,6 +255,15 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       EXPECT_EQ(NewInTmp(), Names());
     }
   }
+}
+
+TEST_F(FilterTest, AnUnfinishedLastLineIsListedWholeOrNotAtAll) {
+  machine::WriteFile(kMessages, MakeLog(3) + "Jan  1 10:00:00 host app: this line has no newline yet");
+  Start();
+  machine::Commands commands;
+  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).rows.back().values.back(), "this line has no newline yet");
+  commands.Before("sort", "$real \"$@\" | awk '{ print substr($0, 1, 40) }'; exit");
+  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).count, 0U);
 }
 
 TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
@@ -295,8 +315,8 @@ TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
     ASSERT_EQ(chmod(c.folder, 0777), 0);
     const Reply reply = Fetch(Load(), Group(c.id), 2);
     EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, 0, 0, 0}));
-    EXPECT_EQ(reply.messages.at(1), Err("PrivateFile", "Can't make file " + c.file +
-                                                           ": its folder is writable for all and not sticky!"));
+    EXPECT_EQ(reply.messages.at(1),
+              Err("PrivateFile", "Can't make file " + c.file + ": its folder is writable for all and not sticky!"));
     EXPECT_EQ(access(c.file.c_str(), F_OK), -1);
     ASSERT_EQ(chmod(c.folder, 0775), 0);
     EXPECT_EQ(Fetch(Load(), Group(c.id), 2).count, 2U) << "its group is trusted";

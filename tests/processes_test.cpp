@@ -169,6 +169,7 @@ TEST_F(ProcessesTest, AStartRemovesWhatKilledProcessesLeft) {
   }
   machine::PlantFolder("/tmp/__log__tmp.9");
   machine::PlantStrangersFile("/tmp/__sellog__tmp.9");
+  EXPECT_EQ(chmod("/tmp/__sellog__tmp.9", geteuid() == 0 ? 0600 : 0666), 0);
   Start();
   Names left = strange;
   left.insert({"._kestrune_cache", "__log__tmp.9", "__sellog__tmp.9"});

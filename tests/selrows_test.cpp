@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "sel/selfilter.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "tests/support/sel.h"
 #include "translate/description.h"
 #include "translate/resmgr.h"

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "frame/dispatch.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "tests/support/model.h"
 #include "textlog/logfilter.h"
 #include "textlog/logmerger.h"

@@ -63,10 +63,7 @@ class WorkFiles {
   bool IsMade() const { return input_.IsMade(); }
 
   /// Lines of the input. One that could not be made has none: what may stand under its name is somebody else's.
-  uint64_t CountLines() const {
-    const uint64_t lines = IsMade() && IsUsable(input_) ? CountFileLines(Path()) : 0;
-    return lines != 0 && IsReplaced(input_) ? 0 : lines;
-  }
+  uint64_t CountLines() const { return IsMade() && IsUsable(input_) ? CountFileLines(Path()) : 0; }
 
   /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
   void MakeInput() { MakeOrThrow(input_); }

@@ -1,7 +1,6 @@
 #include "textlog/logmerger.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -27,7 +26,7 @@ constexpr char APPEND_COMMAND[] = "cat %s >> %s";
 PrivateFile mergedFile(lastMergeTarget.data());
 
 /// Whether a listed name counts: something stands there, and it is no device or FIFO, which may never end.
-bool IsListed(const char* name) { return access(name, F_OK) == 0 && IsPlainFile(name); }
+bool IsListed(const char* name) { return IsFileExist(name) != 0 && IsPlainFile(name); }
 
 /// The names of a list, one by one; the list must fit SHELL_LINE_SIZE and stays whole.
 class Names {

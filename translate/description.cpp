@@ -12,14 +12,6 @@
 
 namespace {
 
-/// Fields of a record that tell its event.
-constexpr size_t RECORD_EVENT_TYPE = 12;
-constexpr size_t RECORD_EVENT_DATA_1 = 13;
-constexpr size_t RECORD_EVENT_DATA_2 = 14;
-constexpr size_t RECORD_EVENT_DATA_3 = 15;
-constexpr uint8_t EVENT_TYPE_MASK = 0x7F;
-constexpr uint8_t EVENT_OFFSET_MASK = 0x0F;
-
 constexpr size_t NUMBER_LENGTH_MAX = 9;
 
 /// A bit field of a record that a placeholder stands for.

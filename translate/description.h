@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <span>
 
-#include "platform/nubo.h"
+#include "platform/selrecord.h"
 
 /// Longest description, without its NUL.
 inline constexpr size_t DESCRIPTION_MAX = 159;

@@ -4,8 +4,10 @@
 #include <cstring>
 #include <span>
 
+#include "kestrune/kestrune.h"
 #include "platform/blocks.h"
-#include "sel/sensorid.h"
+#include "platform/nubo.h"
+#include "translate/sensorid.h"
 #include "translate/tables.h"
 
 namespace {

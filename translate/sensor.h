@@ -7,12 +7,8 @@
 #include <string_view>
 
 #include "platform/boundedtext.h"
-#include "platform/nubo.h"
+#include "platform/selrecord.h"
 #include "translate/resmgr.h"
-
-/// Fields of a record that tell its sensor.
-inline constexpr size_t RECORD_SENSOR_TYPE = 10;
-inline constexpr size_t RECORD_SENSOR_NUMBER = 11;
 
 /// The name of a record's sensor: the host's, or that of the sensor type, or "N/A".
 class SensorName {

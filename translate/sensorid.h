@@ -1,7 +1,7 @@
 /// sensorid.h: which host sensor an IPMI sensor number stands for. The host hands the table over as a text of
 /// hexadecimal numbers separated by ";": IPMI sensor number, host sensor ID, the next pair, and so on.
-#ifndef KESTRUNE_SEL_SENSORID_H_
-#define KESTRUNE_SEL_SENSORID_H_
+#ifndef KESTRUNE_TRANSLATE_SENSORID_H_
+#define KESTRUNE_TRANSLATE_SENSORID_H_
 
 #include <array>
 #include <cstdint>
@@ -46,4 +46,4 @@ void UnInitIpmiZarpIDTable();
 /// The host sensor ID of an IPMI sensor number, or NO_ZARP_SENSOR.
 uint32_t GetZARPSensorID(uint8_t sensorNumber);
 
-#endif  // KESTRUNE_SEL_SENSORID_H_
+#endif  // KESTRUNE_TRANSLATE_SENSORID_H_

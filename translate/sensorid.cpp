@@ -1,4 +1,4 @@
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 
 #include <cstdio>
 #include <cstring>
