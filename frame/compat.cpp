@@ -1,5 +1,6 @@
 /// compat.cpp: the functions that the module exports beside its entry points, in the manner of a desktop component
-/// interface: variants, wide strings and the time. They are declared in kestrune.h; the module calls none of them itself.
+/// interface: variants, wide strings and the time. They are declared in kestrune.h; the module calls none of them
+/// itself.
 #include <errno.h>
 #include <stdlib.h>
 #include <sys/sysinfo.h>

@@ -31,7 +31,7 @@ static uint32_t g_bSPInitialized = 0;
 namespace {
 
 /// Holds the module lock. A host thread that is cancelled meanwhile ends only when the lock is released: half a request
-/// would leave files behind.
+/// would leave files.
 class ModuleLock {
  public:
   ModuleLock() {

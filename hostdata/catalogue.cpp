@@ -57,7 +57,6 @@ bool IsEnabled(uint32_t id) {
   return state != g_ConfigGroupTable.end() && state->wEnabled == 1;
 }
 
-
 /// Bytes of a type list of `count` entries with one member each.
 constexpr size_t TypeListSize(size_t count) {
   return sizeof(tagCONFIGTYPELIST) + count * (sizeof(tagCONFIGTYPEENTRY) + sizeof(uint32_t));

@@ -11,8 +11,7 @@ enum class FetchResult { kFilled, kEmpty, kTooSmall, kFailed };
 
 /// Filters a log, or a range of it, into the host's `capacity` items. On kFilled, and then alone, the items are the
 /// host's, numbered from the range's begin or from 1, and `capacity` holds how many there are.
-FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity,
-                       tagCONFIGITEM* items) {
+FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
   FilterOutput output;
   log.pfnFilter(log, output, begin, end);
   if (output.ullCount == 0) return FetchResult::kEmpty;
@@ -24,8 +23,8 @@ FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uin
   return FetchResult::kFilled;
 }
 
-/// The work of OnGetConfigItem; `id` is what the identifier named. A refusal leaves count and items as they were. Throws
-/// std::bad_alloc, likewise.
+/// The work of OnGetConfigItem; `id` is what the identifier named. A refusal leaves count and items as they were.
+/// Throws std::bad_alloc, likewise.
 int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items) {
   const LogSource* log = FindLogSource(id);
   if (log == nullptr) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t LOG_ENTRY_COUNT = 5;
 
-/// The columns of a line from `begin` up to `end`; what lies behind the end of the line is empty.
+/// The columns of a line from `begin` up to `end`; what would lie past the end of the line is empty.
 std::string_view Columns(std::string_view line, size_t begin, size_t end = std::string_view::npos) {
   return begin < line.size() ? line.substr(begin, end - begin) : std::string_view();
 }
@@ -24,7 +24,7 @@ std::string_view Columns(std::string_view line, size_t begin, size_t end = std::
 class LineReader {
  public:
   explicit LineReader(const char* path) : file_(OpenForReading(path)) {
-    // The reader has a buffer of its own.
+    // A second buffer, the stream's own, would only be one more copy.
     if (file_ != nullptr) setvbuf(file_.get(), nullptr, _IONBF, 0);
   }
 
@@ -42,7 +42,8 @@ class LineReader {
   }
 
  private:
-  /// Bytes read at once. Too many for the stack of a host's thread.
+  /// Bytes read at once; too many for the stack of a host's thread. Read in pieces of 64 KiB instead of 16, for speed
+  /// alone: brings lines into items from 1.47 to 1.37 times the floor in a loop of nothing else.
   static constexpr size_t BUFFER_SIZE = 65536;
 
   void Refill() {
@@ -123,7 +124,7 @@ int FillConfigItem(tagCONFIGITEM* items, uint32_t firstIndex, uint32_t id, uint3
     const bool isWhole = piece.back() == '\n';
     // A NUL byte ends the text of its line, not the line.
     const size_t length = std::min(piece.find('\0'), piece.size() - (isWhole ? 1 : 0));
-    // A message of one character is taken for none; behind a cut line there was more, so there it is not asked.
+    // A message of one character counts as none. A cut line had more characters, so there any message counts.
     const size_t last = isWhole && length > 0 ? length - 1 : TEXT_LINE_MAX + 1;
     FillTextItem({items[i], firstIndex + i, id, widener}, piece.substr(0, length), last);
     if (!isWhole) reader.Next();

@@ -1,5 +1,5 @@
-/// logread.h: how logs are found, counted and read: the functions of the catalogue's rows, and what the property read and
-/// the config-item reads do with them. Text logs go through LogFilter, the SEL through SELLogFilter.
+/// logread.h: how logs are found, counted and read: the functions of the catalogue's rows, and what the property read
+/// and the config-item reads do with them. Text logs go through LogFilter, the SEL through SELLogFilter.
 #ifndef KESTRUNE_HOSTDATA_LOGREAD_H_
 #define KESTRUNE_HOSTDATA_LOGREAD_H_
 

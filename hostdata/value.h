@@ -7,8 +7,8 @@
 
 #include "kestrune/kestrune.h"
 
-/// Makes wide strings of multibyte text. What is to be known of the locale is asked once, by the constructor, so an
-/// object serves one request.
+/// Makes wide strings of multibyte text. The constructor looks at the current locale once, so an object is good for one
+/// request.
 class TextWidener {
  public:
   TextWidener();

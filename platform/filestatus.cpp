@@ -44,3 +44,21 @@ bool HasLines(const char* path, uint64_t lines) {
   }
   return lines == 0;
 }
+
+bool EndsWithNewline(const char* path) {
+  const File file = OpenForReading(path);
+  return file != nullptr && fseek(file.get(), -1, SEEK_END) == 0 && fgetc(file.get()) == '\n';
+}
+
+CopiedLog::CopiedLog(const char* path) : path_(path) {
+  struct stat status {};
+  stat(path, &status);
+  size_ = status.st_size;
+  inode_ = status.st_ino;
+}
+
+off_t CopiedLog::LeastSize() const {
+  struct stat status {};
+  const bool isRotated = stat(path_, &status) == 0 && status.st_ino != inode_;
+  return isRotated ? std::min(size_, status.st_size) : size_;
+}

@@ -22,4 +22,23 @@ off_t SizeOf(const char* path);
 /// Whether a file has `lines` newlines at least.
 bool HasLines(const char* path, uint64_t lines);
 
+/// Whether the last byte of a file is a newline.
+bool EndsWithNewline(const char* path);
+
+/// How large a log is before a command copies it, and so how large a whole copy must be.
+class CopiedLog {
+ public:
+  /// Looks at the log, before the command runs. `path` must outlive the object.
+  explicit CopiedLog(const char* path);
+
+  /// Looks again and returns the bytes that a whole copy has at least: those of before, or fewer where another file has
+  /// taken the log's name meanwhile, as a rotation does.
+  off_t LeastSize() const;
+
+ private:
+  const char* path_;
+  off_t size_;
+  ino_t inode_;
+};
+
 #endif  // KESTRUNE_PLATFORM_FILESTATUS_H_

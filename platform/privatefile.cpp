@@ -7,7 +7,6 @@
 #include <time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <string_view>
 
 #include "platform/message.h"
@@ -20,7 +19,9 @@ constexpr mode_t PRIVATE_MODE = S_IRUSR | S_IWUSR;
 constexpr size_t PATH_SIZE = 512;
 
 constexpr char OPEN_FOLDER[] = "its folder is writable for all and not sticky";
-constexpr char NAME_IN_THE_WAY[] = "something stands in the way that cannot be moved aside";
+
+/// How often a file is put into its place, which somebody may change meanwhile from a file into a folder or back.
+constexpr int PLACE_ATTEMPTS = 10;
 
 struct CloseFolder {
   void operator()(DIR* folder) const { closedir(folder); }
@@ -42,31 +43,37 @@ bool IsOpenToAll(const char* path) {
          (status.st_mode & S_ISVTX) == 0;
 }
 
-/// Renames what stands at `path` to a name that does not exist. The time makes the name a new one each time.
-bool MoveAside(const char* path) {
+/// A name beside `path` that does not exist: the time makes it a new one each time.
+std::array<char, PATH_SIZE> NameAside(const char* path) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   std::array<char, PATH_SIZE> aside{};
-  const int length = snprintf(aside.data(), aside.size(), "%s.aside.%lld%09ld", path,
-                              static_cast<long long>(now.tv_sec), now.tv_nsec);
-  return length > 0 && static_cast<size_t>(length) < aside.size() &&
-         renameat2(AT_FDCWD, path, AT_FDCWD, aside.data(), RENAME_NOREPLACE) == 0;
+  snprintf(aside.data(), aside.size(), "%s.aside.%lld%09ld", path, static_cast<long long>(now.tv_sec), now.tv_nsec);
+  return aside;
 }
 
-bool ClearName(const char* path) { return unlink(path) == 0 || errno == ENOENT || MoveAside(path); }
+/// Renames the file `from` to `to` in one step, so that nobody who plants names there comes in between. Whatever stood
+/// there is gone; but a folder is exchanged, and stands at `from` then.
+bool Place(const char* from, const char* to) {
+  for (int i = 0; i < PLACE_ATTEMPTS; ++i) {
+    if (rename(from, to) == 0) return true;
+    if (errno == EISDIR && renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_EXCHANGE) == 0) return true;
+  }
+  return false;
+}
 
-/// Makes an empty file under a cleared name and tells what was made. Returns null, or why it could not be made.
+/// Makes an empty file and tells what was made. Returns null, or why it could not be made.
 const char* MakeEmpty(const char* path, struct stat& made) {
   if (IsOpenToAll(path)) return OPEN_FOLDER;
-  if (!ClearName(path)) return NAME_IN_THE_WAY;
-  const int descriptor = open(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, PRIVATE_MODE);
+  const std::array<char, PATH_SIZE> aside = NameAside(path);
+  const int descriptor = open(aside.data(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, PRIVATE_MODE);
   if (descriptor < 0) return strerrordesc_np(errno);
   // The mode is set once more because the host's umask may have taken bits that the commands need.
-  const bool done = fchmod(descriptor, PRIVATE_MODE) == 0 && fstat(descriptor, &made) == 0;
+  const bool done = fchmod(descriptor, PRIVATE_MODE) == 0 && fstat(descriptor, &made) == 0 && Place(aside.data(), path);
   const int error = errno;
   close(descriptor);
   if (done) return nullptr;
-  unlink(path);
+  unlink(aside.data());
   return strerrordesc_np(error);
 }
 
@@ -123,17 +130,20 @@ int PrivateFile::Remove() {
   return result;
 }
 
-void PrivateFile::Become(PrivateFile& other) {
+bool PrivateFile::Become(PrivateFile& other) {
+  struct stat status {};
+  if (lstat(path_, &status) != 0 || !other.IsSame(status)) return false;
   made_ = other.made_;
   isSettled_ = false;
   other.made_ = {};
+  return true;
 }
 
 TemporaryName::TemporaryName(const char* prefix, long number, const char* suffix) {
   snprintf(name.data(), name.size(), "%s.%ld%s", prefix, number, suffix);
 }
 
-void RemoveLeftFiles(const char* prefix) {
+void RemoveTemporaryFiles(const char* prefix) {
   const std::unique_ptr<DIR, CloseFolder> folder(opendir(FolderOf(prefix).data()));
   if (folder == nullptr) return;
   const char* namePrefix = strrchr(prefix, '/') + 1;

@@ -1,10 +1,10 @@
 /// privatefile.h: the files that the module makes in folders which others may write to, such as /tmp.
 ///
 /// The module runs as root, so each such file is made by the module itself before a command writes into it: a new,
-/// empty, regular file of mode 0600. Whatever stood under the name before is unlinked, never followed or written
-/// through; what cannot be unlinked (a folder, say) is renamed aside within its folder. Nothing is made in a folder
-/// that all may write to and that is not sticky, since a name could be swapped there before the command opens it.
-/// Whoever wants a file and cannot have it gets an error message that names it.
+/// empty, regular file of mode 0600. It takes the place of whatever stood under the name, which is never followed or
+/// written through; a folder is renamed aside, within the same folder. Nothing is made in a folder that all may write
+/// to and that is not sticky, since a name could be swapped there before the command opens it. An error message names
+/// each file that cannot be made.
 #ifndef KESTRUNE_PLATFORM_PRIVATEFILE_H_
 #define KESTRUNE_PLATFORM_PRIVATEFILE_H_
 
@@ -24,8 +24,7 @@ class PrivateFile {
 
   const char* Path() const { return path_; }
 
-  /// Clears the name and makes the file. Returns false, after an error message and with nothing of ours under the name,
-  /// when either fails.
+  /// Makes the file. Returns false, after an error message and with nothing of ours under the name, when that fails.
   bool Make();
 
   /// To be called once the last command has written the file: from now on a file with another content is not ours.
@@ -43,8 +42,9 @@ class PrivateFile {
   /// Unlinks the file if it is still ours, and forgets it. Returns what unlink answered, or -1.
   int Remove();
 
-  /// A command has renamed the file `other` to this one's name: takes over what tells it, and `other` forgets it.
-  void Become(PrivateFile& other);
+  /// To be called once a command was told to rename the file `other` to this one's name. Returns whether it did; then
+  /// this object stands for that file, and `other` for none.
+  bool Become(PrivateFile& other);
 
   /// Forgets the file without removing it: somebody else does.
   void Release() { made_ = {}; }
@@ -57,7 +57,8 @@ class PrivateFile {
   bool isSettled_ = false;
 };
 
-/// The name of a temporary file: `prefix`, a point, `number` and `suffix`, which together fit.
+/// The name of a temporary file: `prefix`, a point, `number` and `suffix`, which together fit. A base of TemporaryFile,
+/// so that it exists before the PrivateFile that refers to it.
 struct TemporaryName {
   TemporaryName(const char* prefix, long number, const char* suffix);
 
@@ -74,9 +75,9 @@ class TemporaryFile : TemporaryName, public PrivateFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 };
 
-/// Unlinks what a process that was killed left under the names of temporary files with `prefix`: regular files of mode 0600 that
-/// belong to this process's user. No other process of the user may be at work.
-void RemoveLeftFiles(const char* prefix);
+/// Unlinks what a process that was killed left under the names of temporary files with `prefix`: regular files of mode
+/// 0600 that belong to this process's user. No other process of the user may be at work.
+void RemoveTemporaryFiles(const char* prefix);
 
 struct CloseFile {
   void operator()(FILE* file) const { fclose(file); }

@@ -1,11 +1,13 @@
 #include "platform/processlock.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 
 #include "platform/message.h"
@@ -14,7 +16,7 @@ namespace {
 
 constexpr char ROOT_LOCK_FILE[] = "/run/kestrune.lock";
 constexpr char USER_LOCK_FILE[] = "/run/user/%u/kestrune.lock";
-constexpr int PATIENCE_SECONDS = 10;
+constexpr std::chrono::seconds PATIENCE{10};
 constexpr long POLL_NANOSECONDS = 1'000'000;
 
 /// Bytes of the lock file that are locked. Whoever waits for the lock holds the queue meanwhile, and whoever wants the
@@ -43,51 +45,40 @@ int OpenLockFile() {
   return -1;
 }
 
-bool Try(int descriptor, LockedByte byte, short type) {
+enum class Attempt { TAKEN, HELD_BY_ANOTHER, IMPOSSIBLE };
+
+Attempt Try(int descriptor, LockedByte byte, short type = F_WRLCK) {
   struct flock lock {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
   lock.l_start = byte;
   lock.l_len = 1;
-  return fcntl(descriptor, F_SETLK, &lock) == 0;
+  if (fcntl(descriptor, F_SETLK, &lock) == 0) return Attempt::TAKEN;
+  return errno == EAGAIN || errno == EACCES ? Attempt::HELD_BY_ANOTHER : Attempt::IMPOSSIBLE;
 }
 
-/// A point in time after which nobody waits any longer.
-class Deadline {
- public:
-  explicit Deadline(int seconds) {
-    clock_gettime(CLOCK_MONOTONIC, &end_);
-    end_.tv_sec += seconds;
-  }
-
-  bool IsOver() const {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return now.tv_sec > end_.tv_sec || (now.tv_sec == end_.tv_sec && now.tv_nsec >= end_.tv_nsec);
-  }
-
- private:
-  timespec end_{};
-};
-
-/// Asks again and again: a call that waits in the kernel could only be ended by a signal, and those are the host's.
-bool Wait(int descriptor, LockedByte byte, const Deadline& deadline) {
-  while (!Try(descriptor, byte, F_WRLCK)) {
-    if (deadline.IsOver()) return false;
+/// Asks again and again, at least once: a call that waits in the kernel could only be ended by a signal, and those are
+/// the host's.
+Attempt Wait(int descriptor, LockedByte byte, std::chrono::steady_clock::time_point deadline) {
+  while (true) {
+    const Attempt attempt = Try(descriptor, byte);
+    if (attempt != Attempt::HELD_BY_ANOTHER || std::chrono::steady_clock::now() >= deadline) return attempt;
     const timespec pause{0, POLL_NANOSECONDS};
     nanosleep(&pause, nullptr);
   }
-  return true;
 }
 
 }  // namespace
 
 ProcessLock::ProcessLock() : descriptor_(OpenLockFile()) {
   if (descriptor_ < 0) return;
-  const Deadline deadline(PATIENCE_SECONDS);
-  isHeld_ = Wait(descriptor_, LOCKED_BYTE_QUEUE, deadline) && Wait(descriptor_, LOCKED_BYTE_WORK, deadline);
+  const auto deadline = std::chrono::steady_clock::now() + PATIENCE;
+  // One that was stopped in the queue must not keep the others from a lock that is free.
+  Wait(descriptor_, LOCKED_BYTE_QUEUE, deadline);
+  const Attempt attempt = Wait(descriptor_, LOCKED_BYTE_WORK, deadline);
   Try(descriptor_, LOCKED_BYTE_QUEUE, F_UNLCK);
-  if (isHeld_) return;
+  isHeld_ = attempt == Attempt::TAKEN;
+  if (attempt != Attempt::HELD_BY_ANOTHER) return;
   Warning("Warn (%s:ProcessLock): %s is held by another process for too long, going on without it!\n",
           static_cast<const char*>(LockFile().data()));
 }

@@ -35,7 +35,7 @@ struct Selection {
   uint64_t Count() const { return cache.Count() + file.Count(); }
 };
 
-/// A range within `inCache` entries and `inFile` records behind them. Throws 1 when it begins behind its end.
+/// Selects a range of a list of `inCache` entries, followed by `inFile` records. Throws 1 when it begins after its end.
 Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint64_t* end) {
   Selection selection;
   if (begin == nullptr || end == nullptr) {
@@ -161,4 +161,4 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
   }
 }
 
-void RemoveLeftCopies() { RemoveLeftFiles(COPY_PREFIX); }
+void RemoveLeftCopies() { RemoveTemporaryFiles(COPY_PREFIX); }

@@ -51,12 +51,12 @@ size_t WriteTime(uint32_t stamp, std::span<char> text) {
 /// Writes a record's line from its date on and returns its length.
 size_t WriteColumns(const SELRecord& record, char* line) {
   BoundedText text({line, SEL_LINE_SIZE - ORIGIN_SIZE - 1});
-  text.Take(WriteTime(ReadLittleEndian<uint32_t>(&record[RECORD_TIME]), text.Rest()));
+  text.Extend(WriteTime(ReadLittleEndian<uint32_t>(&record[RECORD_TIME]), text.Rest()));
   text.Append({&SEL_SEPARATOR, 1});
   // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
   SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, SEL_SEPARATOR, '\n');
   text.Append({&SEL_SEPARATOR, 1});
-  text.Take(Describe(record, text.Rest(), '\n'));
+  text.Extend(Describe(record, text.Rest(), '\n'));
   // The newline has its place even where the description was cut.
   memcpy(line + text.Length(), "\n", 2);
   return text.Length() + 1;

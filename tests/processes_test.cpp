@@ -108,6 +108,19 @@ TEST_F(ProcessesTest, AnotherUsersFilesAreNeverAnswered) {
   EXPECT_EQ(NewInTmp(), Names());
 }
 
+/// Somebody makes the names of the module's files, as fast as can be, whenever they are free.
+TEST_F(ProcessesTest, PlantingWithoutAPauseSilencesNothing) {
+  const std::string cache = "/tmp/._kestrune_cache";
+  {
+    const Process planter([&cache] {
+      for (bool folder = false;; folder = !folder) folder ? mkdir(cache.c_str(), 0700) : mkfifo(cache.c_str(), 0666);
+    });
+    AskFor({"messages", "secure"}, false, 100);
+  }
+  machine::Remove(cache);
+  machine::RemoveAside(cache);
+}
+
 TEST_F(ProcessesTest, ALockHeldForTooLongIsDoneWithout) {
   Start();
   struct stat status {};

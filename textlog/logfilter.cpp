@@ -2,7 +2,6 @@
 
 #include <stdlib.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
@@ -22,27 +21,30 @@ constexpr char CACHE_FILE[] = "/tmp/._kestrune_cache";
 constexpr char WORK_FILE_PREFIX[] = "/tmp/__log__tmp";
 constexpr char QUIET[] = "2>/dev/null";
 
-/// The commands whose length depends on the caller; all others are made of the names above.
+/// The commands that names or keywords of the caller can make too long. All others are made of the names above.
 constexpr char COUNT_LINES[] = "wc -l %s|awk '{print $1}'";
 constexpr char COPY_LAST_LINES[] = "tail -n %d %s > %s";
 constexpr char GREP_AND_SORT[] = "grep %s %s|sort -M > %s1 %s";
 
 PrivateFile filterCache(CACHE_FILE);
 
-/// Passes on `isReplaced`, which tells that a file of ours has become somebody else's: it is never answered. Asked both
-/// before a command reads the file and afterwards.
-bool ReportIf(bool isReplaced, const char* path) {
+/// Whether a file of ours has become somebody else's, or is gone: it is never answered then. Asked both before a
+/// command reads the file and afterwards. Reports it.
+bool ReportReplaced(bool isReplaced, const char* path) {
   if (isReplaced) Error("Err (%s:LogFilter): File %s was replaced by somebody else!\n", path);
   return isReplaced;
 }
 
-bool IsReplaced(const PrivateFile& file) { return ReportIf(file.IsForeign(), file.Path()); }
+bool ReportReplaced(const PrivateFile& file) { return ReportReplaced(file.IsMade() && !file.IsOurs(), file.Path()); }
 
-/// Whether a command may read the file.
-bool IsUsable(const PrivateFile& file) { return !IsReplaced(file) && file.IsOurs(); }
+/// The same of a log, which is ours only if it is the merged one.
+bool ReportReplaced(const char* logFile) { return ReportReplaced(IsForeignMergedLog(logFile), logFile); }
 
-/// Whether the log is a merged one that is not this process's own. Any other log belongs to somebody else anyway.
-bool IsReplaced(const char* logFile) { return ReportIf(IsForeignMergedLog(logFile), logFile); }
+/// Passes on whether a command has written all of a file. Reports one cut short, as a full disk does it.
+bool ReportCut(bool isWhole, const char* path) {
+  if (!isWhole) Error("Err (%s:LogFilter): Can't write all of file %s!\n", path);
+  return isWhole;
+}
 
 /// The work files of one call: each step of the filter writes the output from the input, whose place it then takes.
 class WorkFiles {
@@ -54,33 +56,30 @@ class WorkFiles {
 
   /// Makes the input a copy of the cache.
   void CopyCache() {
-    if (!IsUsable(filterCache) || !input_.Make()) return;
+    if (ReportReplaced(filterCache) || !input_.Make()) return;
     RunCommand("cp -f %s %s", CACHE_FILE, Path());
-    // Less than the cache is a copy cut short: there was no room for it.
-    if (IsReplaced(filterCache) || SizeOf(Path()) < SizeOf(CACHE_FILE)) input_.Remove();
+    if (!ReportReplaced(filterCache) && ReportCut(SizeOf(Path()) >= SizeOf(CACHE_FILE), Path())) return;
+    input_.Remove();
   }
 
   bool IsMade() const { return input_.IsMade(); }
 
   /// Lines of the input. One that could not be made has none: what may stand under its name is somebody else's.
-  uint64_t CountLines() const { return IsMade() && IsUsable(input_) ? CountFileLines(Path()) : 0; }
+  uint64_t CountLines() const { return IsMade() && !ReportReplaced(input_) ? CountFileLines(Path()) : 0; }
 
   /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
   void MakeInput() { MakeOrThrow(input_); }
   void MakeOutput() { MakeOrThrow(output_); }
 
-  /// Whether the output holds at least as many bytes as the input, of which it was made, or as many lines as are given.
-  bool IsOutputWhole() const { return SizeOf(output_.Path()) >= SizeOf(Path()); }
-  bool HasOutputLines(uint64_t lines) const { return HasLines(output_.Path(), lines); }
-  /// Whether the input, made anew from the output, holds as much.
+  /// Whether the output, made of the input, is still ours and has at least as many bytes, or as many lines as are
+  /// given.
+  bool IsOutputWhole() const { return !ReportReplaced(output_) && SizeOf(output_.Path()) >= SizeOf(Path()); }
+  bool HasOutputLines(uint64_t lines) const { return !ReportReplaced(output_) && HasLines(output_.Path(), lines); }
+  /// Whether the input, made anew of the output, has at least as many bytes.
   bool IsInputWhole() const { return SizeOf(Path()) >= SizeOf(output_.Path()); }
 
   /// To be called once a command was told to move the output to the input's place. Returns whether it did.
-  bool IsMoved() {
-    if (output_.IsOurs()) return false;
-    input_.Become(output_);
-    return input_.IsOurs();
-  }
+  bool IsMoved() { return input_.Become(output_); }
 
   /// The caller of the filter removes the input.
   void Release() { input_.Release(); }
@@ -95,28 +94,28 @@ class WorkFiles {
 };
 
 /// Whether the names fit every command that the filter may make of them, and its buffers.
-bool Fits(const char* logFile, const char* keyword, const char* work) {
+bool Fits(const char* logFile, const char* keyword, const char* input) {
   return strlen(logFile) < lastFilteredLog.size() && CommandFits(COUNT_LINES, logFile) &&
          CommandFits(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE) &&
-         (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
+         (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, input, input, QUIET));
 }
 
 /// Makes the filter cache a copy of the log. Returns whether it is whole.
 bool FillCache(const char* logFile) {
-  const off_t before = SizeOf(logFile);
+  const CopiedLog copied(logFile);
   const uint64_t lines = CountFileLines(logFile);
-  if (IsReplaced(logFile) || !filterCache.Make()) return false;
+  if (ReportReplaced(logFile) || !filterCache.Make()) return false;
   bool isWhole = false;
-  if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
+  if (lines <= uint64_t{LOG_MAX_LINES}) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
-    const off_t after = SizeOf(logFile);  // less where the log was rotated meanwhile
-    isWhole = after >= 0 && SizeOf(CACHE_FILE) >= std::min(before, after);
+    isWhole = SizeOf(CACHE_FILE) >= copied.LeastSize();
   } else {
     RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
-    isWhole = HasLines(CACHE_FILE, LOG_MAX_LINES - 1);  // the last may not have ended yet
+    // The newest line may be one that is not finished yet.
+    isWhole = HasLines(CACHE_FILE, EndsWithNewline(logFile) ? LOG_MAX_LINES : LOG_MAX_LINES - 1);
   }
-  return !IsReplaced(logFile) && !IsReplaced(filterCache) && isWhole;
+  return !ReportReplaced(logFile) && !ReportReplaced(filterCache) && ReportCut(isWhole, CACHE_FILE);
 }
 
 /// Brings the filter cache up to date if it belongs to another log or is gone. Returns whether there is one.
@@ -134,7 +133,7 @@ bool RefreshCache(const char* logFile) {
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
-uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
+uint64_t CountSelected(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
   if (keyword != nullptr && files.IsMade()) {
     const char* input = files.Path();
     files.MakeOutput();
@@ -162,51 +161,63 @@ void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
   } else {
     RunCommand("grep %s %s > %s1 %s", keyword, input, input, QUIET);
   }
-  const bool isWhole = keyword != nullptr || files.IsOutputWhole();
+  const bool isWhole = ReportCut(keyword != nullptr || files.IsOutputWhole(), input);
   RunCommand("mv -f %s1 %s %s", input, input, QUIET);
   if (!files.IsMoved() || !isWhole) files.MakeInput();
 }
 
-/// Writes the lines wanted, padded, from the input to the output. Returns whether all are there, with their number in
-/// `wanted`, which is 0 for an empty range. A day of the month that is padded with a blank gets a zero instead.
-bool CutAndPad(WorkFiles& files, uint64_t* begin, uint64_t* end, uint64_t& wanted) {
+// A day of the month that is padded with a blank gets a zero instead, on the way from the input to the output.
+
+/// Pads all lines. Returns whether the output has them all.
+bool PadAll(WorkFiles& files) {
   const char* input = files.Path();
-  if (begin == nullptr || end == nullptr) {
-    files.MakeOutput();
-    RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", input, input);
-    return files.IsOutputWhole();
-  }
-  const uint64_t lines = wanted;
-  CompareRange(begin, end, lines, &wanted);
-  if (wanted == 0) return true;
-  const uint64_t first = lines - *end + 1;
-  const uint64_t last = lines - *begin + 1;
-  *begin = first;
-  *end = last;
   files.MakeOutput();
-  RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
-             static_cast<long>(last), input, input);
-  return files.HasOutputLines(wanted);
+  RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", input, input);
+  return files.IsOutputWhole();
+}
+
+/// Pads the lines from `first` to `last`. Returns whether the output has them all.
+bool PadRange(WorkFiles& files, uint64_t first, uint64_t last) {
+  const char* input = files.Path();
+  files.MakeOutput();
+  RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first), static_cast<long>(last),
+             input, input);
+  return files.HasOutputLines(last - first + 1);
+}
+
+/// Sorts the output into the input, newest line first. Returns whether the input has all of it.
+bool SortBack(WorkFiles& files) {
+  files.MakeInput();  // empty, so that unsorted lines are not taken for the result where the sort fails
+  RunCommand("sort -M -r %s1 > %s %s", files.Path(), files.Path(), QUIET);
+  return files.IsInputWhole();
 }
 
 /// Writes the lines wanted into the input, newest first, and returns their number, which is 0 for an empty range.
 /// Throws 1 when there is nothing to list, or not all of it.
 uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint64_t* begin, uint64_t* end) {
   SelectAndSort(files, keyword, sortFirst);
-  uint64_t wanted = files.CountLines();
-  if (wanted == 0) {
+  const uint64_t lines = files.CountLines();
+  if (lines == 0) {
     Debug("Dbg (%s:LogFilter): empty file!\n");
     throw 1;
   }
-  bool isWhole = CutAndPad(files, begin, end, wanted);
-  if (wanted == 0) return 0;
-  files.MakeInput();  // so that nothing unsorted is left in it
-  const char* input = files.Path();
-  if (isWhole) RunCommand("sort -M -r %s1 > %s %s", input, input, QUIET);
-  isWhole = isWhole && files.IsInputWhole();
-  RunCommand("rm -f %s1 %s", input, QUIET);
-  const uint64_t listed = files.CountLines();
-  if (!isWhole || listed < wanted) {
+  uint64_t wanted = lines;
+  bool isWhole = false;
+  if (begin == nullptr || end == nullptr) {
+    isWhole = PadAll(files);
+  } else {
+    CompareRange(begin, end, lines, &wanted);
+    if (wanted == 0) return 0;
+    const uint64_t first = lines - *end + 1;
+    const uint64_t last = lines - *begin + 1;
+    *begin = first;
+    *end = last;
+    isWhole = PadRange(files, first, last);
+  }
+  isWhole = isWhole && SortBack(files);
+  RunCommand("rm -f %s1 %s", files.Path(), QUIET);
+  const uint64_t listed = isWhole ? files.CountLines() : 0;
+  if (listed < wanted) {
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
   }
@@ -241,11 +252,11 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
     Error("Err (%s:LogFilter): File %s doesn't exist!\n", logFile);
     return 0;
   }
-  if (IsReplaced(logFile)) return 0;
+  if (ReportReplaced(logFile)) return 0;
   if (RefreshCache(logFile)) files.CopyCache();
   if (resultFile != nullptr) resultFile[0] = '\0';
   try {
-    if (resultFile == nullptr) return CountLines(files, keyword, begin, end);
+    if (resultFile == nullptr) return CountSelected(files, keyword, begin, end);
     const uint64_t lines = WriteResult(files, keyword, sortFirst, begin, end);
     if (lines == 0) return 0;
     files.Release();
@@ -258,4 +269,4 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
 
 int CleanTmpFile() { return filterCache.Remove(); }
 
-void RemoveLeftWorkFiles() { RemoveLeftFiles(WORK_FILE_PREFIX); }
+void RemoveLeftWorkFiles() { RemoveTemporaryFiles(WORK_FILE_PREFIX); }

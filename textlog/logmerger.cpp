@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <ctime>
@@ -72,10 +71,12 @@ bool HasNewerFile(const char* fileList) {
 /// Appends a file to the merged one. Returns whether all of it is there.
 bool AppendFile(const char* name) {
   const off_t merged = SizeOf(mergedFile.Path());
-  const off_t before = IsReadable(name) ? SizeOf(name) : 0;
+  const CopiedLog copied(name);
   RunCommand(APPEND_COMMAND, name, mergedFile.Path());
-  const off_t after = IsReadable(name) ? SizeOf(name) : 0;  // less where the log was rotated meanwhile
-  return mergedFile.IsOurs() && SizeOf(mergedFile.Path()) >= merged + std::min(before, after);
+  if (!IsReadable(name)) return true;
+  if (mergedFile.IsOurs() && SizeOf(mergedFile.Path()) >= merged + copied.LeastSize()) return true;
+  Error("Err (%s:LogMerger): Can't write all of file %s!\n", mergedFile.Path());
+  return false;
 }
 
 }  // namespace

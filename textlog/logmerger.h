@@ -4,7 +4,7 @@
 
 /// Writes the files of `fileList` that exist, one after the other, into `target`, unless none of them got a newer
 /// modification time than any seen so far and the target is still there as this function made it. `fileList` (names
-/// separated by single blanks, at most 255 characters) is cut behind its first name by a merge. Names that do not fit a
+/// separated by single blanks, at most 255 characters) is cut after its first name by a merge. Names that do not fit a
 /// command line are refused with nothing touched. Returns 0.
 int LogMerger(char* fileList, const char* target);
 

@@ -1,5 +1,5 @@
-/// textline.h: a line of a text log, as the log daemon writes it and as the log filter delivers it, which pads the day of
-/// the month with a zero:
+/// textline.h: a line of a text log, as the log daemon writes it and as the log filter delivers it, which pads the day
+/// of the month with a zero:
 ///
 ///   columns 0 to 5    date: month abbreviation, blank, day in two places
 ///   column  6         one character
@@ -21,8 +21,8 @@ inline constexpr char TEXT_SOURCE_END = ':';
 /// Characters from the colon of the source tag to the message.
 inline constexpr size_t TEXT_MESSAGE_GAP = 2;
 
-/// Longest part of a line that is looked at, in bytes; up to as many bytes after it are dropped, and what follows counts
-/// as a line of its own.
+/// Longest part of a line that is looked at, in bytes; up to as many bytes after it are dropped, and what follows
+/// counts as a line of its own.
 inline constexpr size_t TEXT_LINE_MAX = 510;
 
 #endif  // KESTRUNE_TEXTLOG_TEXTLINE_H_

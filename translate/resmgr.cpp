@@ -1,10 +1,12 @@
 #include "translate/resmgr.h"
 
 #include <dlfcn.h>
+#include <stdlib.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 void* g_hRscDll = nullptr;
 GetStringFunction g_lpfnGetString = nullptr;
@@ -110,11 +112,13 @@ bool HostString::Fetch(tagGS_PARAM param) {
     ReportOnOutput("<KESTRUNE> Fail to get size of string.\n");
     return false;
   }
-  // Not filled with zeros: a library that announces far more than its string has would cost the memory of all of it.
   const size_t length = size;
-  if (length >= SHORT_SIZE) long_ = std::make_unique_for_overwrite<char[]>(length + 1);
+  if (length >= SHORT_SIZE) {
+    // All zero, but not touched: a library that announces far more than its string has must not cost all that memory.
+    long_.reset(static_cast<char*>(calloc(length + 1, 1)));
+    if (long_ == nullptr) throw std::bad_alloc();
+  }
   char* text = length >= SHORT_SIZE ? long_.get() : short_.data();
-  text[0] = '\0';
   if (g_lpfnGetString(language, &param, text, &size) == 0) {
     ReportOnOutput("<KESTRUNE> Fail to get string.\n");
     return false;

