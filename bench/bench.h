@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "kestrune/kestrune.h"
 #include "platform/nubo.h"
 
 namespace bench {

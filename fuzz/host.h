@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "kestrune/kestrune.h"
 #include "platform/nubo.h"
 
 /// Every target defines this: takes one input through the code under test, in the locale C.UTF-8.

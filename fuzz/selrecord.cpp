@@ -3,7 +3,7 @@
 #include <ctime>
 
 #include "fuzz/host.h"
-#include "sel/selfilter.h"
+#include "sel/selline.h"
 #include "translate/sensorid.h"
 
 void Fuzz(FuzzedDataProvider& input) {

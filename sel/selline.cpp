@@ -8,7 +8,6 @@
 
 #include "platform/boundedtext.h"
 #include "translate/description.h"
-#include "translate/sensor.h"
 
 namespace {
 
@@ -54,9 +53,10 @@ size_t WriteColumns(const SELRecord& record, char* line) {
   text.Extend(WriteTime(ReadLittleEndian<uint32_t>(&record[RECORD_TIME]), text.Rest()));
   text.Append({&SEL_SEPARATOR, 1});
   // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, SEL_SEPARATOR, '\n');
+  const SensorName name(record);
+  name.AppendTo(text, SENSOR_COLUMN_MAX, SEL_SEPARATOR, '\n');
   text.Append({&SEL_SEPARATOR, 1});
-  text.Extend(Describe(record, text.Rest(), '\n'));
+  text.Extend(Describe(record, &name, text.Rest(), '\n'));
   // The newline has its place even where the description was cut.
   memcpy(line + text.Length(), "\n", 2);
   return text.Length() + 1;
