@@ -132,6 +132,7 @@ TEST_F(GuestTest, ThreadsTakeTurns) {
   };
   const auto together = [](const std::vector<std::function<void()>>& calls) {
     std::vector<std::thread> threads;
+    threads.reserve(calls.size());
     for (const auto& call : calls) {
       threads.emplace_back([&call] {
         for (int round = 0; round < 8; ++round) call();
