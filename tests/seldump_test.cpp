@@ -23,7 +23,7 @@ TEST_F(SELTest, TheDumpWhole) {
       {"1a! 2a", 3, {0, 0, 0}, fail + fail + fail},
       {"1a 2a! 3a", 3, {0, 2, 2}, entry("1 next id 2") + fail + fail},
   };
-  const machine::ScopedVariable names("RESMGR_NAMES", "2001=CPU 0 Fan");
+  Host().names[0x2001] = "CPU 0 Fan";
   const HostModule& module = Start();
   const auto expect_dump = [&module](const std::string& printed, const Lines& calls) {
     TakeCalls();

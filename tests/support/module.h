@@ -6,49 +6,29 @@
 
 #include <array>
 #include <cstdint>
-#include <iosfwd>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "kestrune/kestrune.h"
+#include "standin/items.h"
+#include "standin/module.h"
 #include "tests/support/host.h"
 #include "tests/support/machine.h"
 
+using standin::Group;
+using standin::Type;
+
 /// The module, loaded afresh from the file that KESTRUNE_MODULE names. The end of the object stops it, unloads it and
 /// checks that it has left the process.
-class HostModule {
-  void* handle_;
-  void* Symbol(const char* name) const;
-
- public:
+struct HostModule : standin::Module {
   HostModule();
   ~HostModule();
-  HostModule(const HostModule&) = delete;
-  HostModule& operator=(const HostModule&) = delete;
-
-  template <typename T>
-  T Find(const char* name) const {
-    return reinterpret_cast<T>(Symbol(name));
-  }
-
-#define KESTRUNE_TEST_SYMBOL(name) const decltype(&::name) name = Find<decltype(&::name)>(#name)
-  KESTRUNE_TEST_SYMBOL(SPInitialize);
-  KESTRUNE_TEST_SYMBOL(SPUninitialize);
-  KESTRUNE_TEST_SYMBOL(SPConfig);
-  KESTRUNE_TEST_SYMBOL(DefSPConfigHandler);
-  KESTRUNE_TEST_SYMBOL(g_SPGlobal);
-  KESTRUNE_TEST_SYMBOL(g_bRepeatEvent);
-  KESTRUNE_TEST_SYMBOL(g_uiUpdateInterval);
-  KESTRUNE_TEST_SYMBOL(AppLogList);
-  KESTRUNE_TEST_SYMBOL(selEnable);
-#undef KESTRUNE_TEST_SYMBOL
+  KESTRUNE_MODULE_NAME(DefSPConfigHandler);
+  KESTRUNE_MODULE_NAME(g_SPGlobal);
+  KESTRUNE_MODULE_NAME(AppLogList);
+  KESTRUNE_MODULE_NAME(selEnable);
 };
-
-/// Item identifiers of the two forms.
-tagIDV Group(uint32_t id, uint32_t index = 0);
-tagIDV Type(uint32_t id, uint32_t index = 0);
 
 /// One item of a reply. `shape` lists the entries as ID:attributes; numbers are given as decimal text, strings in
 /// UTF-8.
@@ -60,7 +40,9 @@ struct Row {
   bool operator==(const Row&) const = default;
 };
 using Rows = std::vector<Row>;
-void PrintTo(const Row& row, std::ostream* out);
+inline void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.index << "/" << row.id << " [" << row.shape << "] " << testing::PrintToString(row.values);
+}
 inline constexpr char kTextShape[] = "4:1 5:1 6:1 8:1 9:1";
 inline constexpr char kSELShape[] = "4:1 5:1 9:1 10:1 11:1";
 inline constexpr char kPropertyShape[] = "1:1 2:10 3:10";
