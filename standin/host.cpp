@@ -24,6 +24,11 @@ void Called(const char* function, uint32_t id) {
   if (host->on_nubo) host->on_nubo(std::string(function) + " " + std::to_string(id));
 }
 
+int Answer(const char* function, int HostProcess::*answer) {
+  Called(function);
+  return host->*answer;
+}
+
 /// The sensors as the property that maps their numbers to host IDs: hexadecimal fields between ";".
 std::string MakeSensorTable(const Sensors& sensors) {
   std::string text;
@@ -32,7 +37,7 @@ std::string MakeSensorTable(const Sensors& sensors) {
     std::snprintf(pair.data(), pair.size(), "%s%X;%X", text.empty() ? "" : ";", sensor.number, sensor.host_id);
     text += pair.data();
   }
-  // Without a single separator the text would not count as a table. The NUL behind it is a part of the property.
+  // Without a single separator the text would not count as a table. Its NUL is a part of the property.
   return (text.empty() ? ";" : text) + '\0';
 }
 
@@ -50,12 +55,7 @@ bool CopyText(std::string_view text, char* buffer, uint32_t* size) {
 
 HostProcess* host = &default_host;
 
-}  // namespace standin
-
-using standin::Called;
-using standin::host;
-
-extern "C" {
+extern "C" {  // which leaves the namespace out of the names
 
 KESTRUNE_EXPORT void Output(int level, const char* format, ...) {
   if (!host->on_output) return;
@@ -71,19 +71,13 @@ KESTRUNE_EXPORT int GeneralOSSupportChecking(void) { return host->supported; }
 
 KESTRUNE_EXPORT int GetOSDist(void) { return host->dist; }
 
-KESTRUNE_EXPORT int gmInitialize(void) {
-  Called("gmInitialize");
-  return host->initialize;
-}
+KESTRUNE_EXPORT int gmInitialize(void) { return Answer("gmInitialize", &HostProcess::initialize); }
 
-KESTRUNE_EXPORT int gmUninitialize(void) {
-  Called("gmUninitialize");
-  return host->uninitialize;
-}
+KESTRUNE_EXPORT int gmUninitialize(void) { return Answer("gmUninitialize", &HostProcess::uninitialize); }
 
 KESTRUNE_EXPORT int gmGetIPMIInfo(tagIPMI_INFO* info) {
   Called("gmGetIPMIInfo");
-  std::memset(info, 0xA5, sizeof(*info));  // the rest is nobody's business
+  std::memset(info, 0xA5, sizeof(*info));  // the card ID alone means anything
   info->dwCardID = host->controller->IsPresent() ? host->card : IPMI_NO_CARD;
   return host->info;
 }
@@ -91,10 +85,9 @@ KESTRUNE_EXPORT int gmGetIPMIInfo(tagIPMI_INFO* info) {
 KESTRUNE_EXPORT int gmGetProperty(const char* name, uint32_t* size, char* buffer) {
   Called("gmGetProperty");
   if (std::string_view(name) != "G_IPMI_ZARP_ID") return 0;
-  const auto text =
-      host->sensor_table ? host->sensor_table() : standin::MakeSensorTable(host->controller->GetSensors());
+  const auto text = host->sensor_table ? host->sensor_table() : MakeSensorTable(host->controller->GetSensors());
   if (buffer != nullptr && *size != text.size()) return 0;
-  standin::CopyText(text, buffer, size);
+  CopyText(text, buffer, size);
   return buffer == nullptr ? host->property_size : host->property_text;
 }
 
@@ -113,13 +106,13 @@ KESTRUNE_EXPORT int gmGetIPMIEntry(tagSEL_DATA* entry) {
 /// Waits without end, whatever the time given: whoever holds the lock here soon lets it go.
 KESTRUNE_EXPORT int gmEnterMutex(uint32_t) {
   Called("gmEnterMutex");
-  standin::nubo_mutex.lock();
+  nubo_mutex.lock();
   return 1;
 }
 
 KESTRUNE_EXPORT int gmExitMutex(void) {
   Called("gmExitMutex");
-  standin::nubo_mutex.unlock();
+  nubo_mutex.unlock();
   return 1;
 }
 
@@ -131,25 +124,24 @@ KESTRUNE_EXPORT int gmExecSensorValue(uint32_t sensorID, const char* operation, 
     host->convert(sensorID, *in, out);
     return 1;
   }
-  const standin::Sensor* sensor = standin::FindSensor(host->controller->GetSensors(), sensorID);
+  const Sensor* sensor = FindSensor(host->controller->GetSensors(), sensorID);
   if (sensor == nullptr) return 0;
   out->vt = VT_I4;
-  out->value.llVal = standin::ConvertReading(*sensor, static_cast<uint8_t>(in->value.ullVal));
+  out->value.llVal = ConvertReading(*sensor, static_cast<uint8_t>(in->value.ullVal));
   return 1;
 }
 
-KESTRUNE_EXPORT int HostMgrInit(void) {
-  host->manager_is_up = host->manager != 0;
+KESTRUNE_EXPORT int HostManager(int start) {
+  host->manager_is_up = start != 0 && host->manager != 0;
   return host->manager;
 }
 
 /// There is one language only, whatever is asked for.
-KESTRUNE_EXPORT int HostGetStringA(uint16_t language, const standin::StringRequest* request, char* buffer,
-                                   uint32_t* size) {
+KESTRUNE_EXPORT int HostGetStringA(uint16_t language, const StringRequest* request, char* buffer, uint32_t* size) {
   if (host->get_string) return host->get_string(language, *request, buffer, size);
-  if (request->type != standin::kSensorName) return 0;
-  const standin::Sensor* sensor = standin::FindSensor(host->controller->GetSensors(), request->object_id);
-  return sensor != nullptr && standin::CopyText({sensor->name.c_str(), sensor->name.size() + 1}, buffer, size) ? 1 : 0;
+  if (request->type != kSensorName) return 0;
+  const Sensor* sensor = FindSensor(host->controller->GetSensors(), request->object_id);
+  return sensor != nullptr && CopyText({sensor->name.c_str(), sensor->name.size() + 1}, buffer, size) ? 1 : 0;
 }
 
 KESTRUNE_EXPORT int HostGetStringW(void) {
@@ -157,9 +149,6 @@ KESTRUNE_EXPORT int HostGetStringW(void) {
   return 0;
 }
 
-KESTRUNE_EXPORT int HostMgrUninit(void) {
-  host->manager_is_up = false;
-  return 1;
-}
-
 }  // extern "C"
+
+}  // namespace standin

@@ -1,5 +1,5 @@
-/// host.h: the host process, as modules and the resource-manager library see it: the functions that they find in it, and
-/// what these answer. kestrune-host, the tests, the fuzz targets and the benchmarks each describe their own host.
+/// host.h: the host process, as modules and the resource-manager library see it: the functions that they find in it,
+/// and what these answer. kestrune-host, the tests, the fuzz targets and the benchmarks each describe their own host.
 #ifndef KESTRUNE_STANDIN_HOST_H_
 #define KESTRUNE_STANDIN_HOST_H_
 
@@ -15,8 +15,8 @@ namespace standin {
 
 inline NoController no_controller;
 
-/// What the functions answer, each by its name. A hook that is set runs inside the function, on the module's thread; of
-/// one that is not set nothing is prepared.
+/// What the functions answer. A hook runs inside its function, on the module's thread; one that is not set costs
+/// nothing.
 struct HostProcess {
   int supported = 1;      ///< GeneralOSSupportChecking
   int dist = 0;           ///< GetOSDist
@@ -33,8 +33,8 @@ struct HostProcess {
 
   /// Takes a message of Output.
   std::function<void(int level, const std::string& text)> on_output;
-  /// First thing in each function of NUBO: its name, for gmGetIPMIEntry followed by a blank and the record ID asked for,
-  /// for gmExecSensorValue by the sensor's, in decimal. Also for GetStringW, which nobody should call.
+  /// First thing in each function of NUBO: its name, for gmGetIPMIEntry followed by a blank and the record ID asked
+  /// for, for gmExecSensorValue by the sensor's, in decimal. Also for GetStringW, which nobody should call.
   std::function<void(const std::string& call)> on_nubo;
   /// The bytes of the property G_IPMI_ZARP_ID; unset: the controller's sensors.
   std::function<std::string()> sensor_table;

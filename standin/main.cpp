@@ -23,7 +23,6 @@
 #include "standin/recordlog.h"
 #include "standin/requests.h"
 #include "standin/selfile.h"
-#include "standin/streams.h"
 #include "standin/table.h"
 
 namespace standin {
@@ -89,14 +88,15 @@ Table LoadAndAsk(const Options& options) {
   std::optional<StreamGuard> guard(options.verbose);
   const Module module(options.module);
   Start(module);
-  if (options.command != "dump-sel") return AskModule(module, options);
-  guard.reset();
-  module.ShowBMCSELLogDebug();
-  const bool is_shown = std::fflush(stdout) == 0 || errno == EPIPE;
-  const std::string error = std::strerror(errno);
-  guard.emplace(options.verbose);
-  if (!is_shown) throw Failure(kRequestFailed, "cannot write to standard output: " + error);
-  return {};
+  if (options.command == "dump-sel") {
+    guard.reset();
+    module.ShowBMCSELLogDebug();
+    if (std::fflush(stdout) != 0 && errno != EPIPE) {
+      throw Failure(kRequestFailed, std::string("cannot write to standard output: ") + std::strerror(errno));
+    }
+    guard.emplace(options.verbose);
+  }
+  return AskModule(module, options);
 }
 
 void Show(const Table& table, const std::string& format) {

@@ -1,8 +1,10 @@
-/// messages.cpp: keeps the last error of a module and shows its messages.
+/// messages.cpp: keeps the last error of a module, shows its messages, exchanges the C streams.
 #include "standin/messages.h"
 
-#include <cstdio>
+#include <unistd.h>
+
 #include <mutex>
+#include <string_view>
 
 #include "standin/host.h"
 
@@ -16,6 +18,11 @@ std::string LevelName(int level) {
   if (level == OUTPUT_ERROR) return "error";
   if (level == OUTPUT_WARNING) return "warning";
   return level == OUTPUT_DEBUG ? "debug" : std::to_string(level);
+}
+
+ssize_t WriteUnlessDebug(void*, const char* text, size_t size) {
+  if (std::string_view(text, size).substr(0, 3) == "Dbg") return static_cast<ssize_t>(size);
+  return write(STDERR_FILENO, text, size);
 }
 
 }  // namespace
@@ -32,6 +39,21 @@ void TakeMessages(bool verbose) {
 std::string LastError() {
   const std::lock_guard lock(last_error_mutex);
   return last_error;
+}
+
+StreamGuard::StreamGuard(bool verbose) {
+  if (!verbose) filter_ = fopencookie(nullptr, "w", {nullptr, WriteUnlessDebug, nullptr, nullptr});
+  if (filter_ != nullptr) {
+    std::setvbuf(filter_, nullptr, _IOLBF, BUFSIZ);
+    stderr = filter_;
+  }
+  stdout = stderr;
+}
+
+StreamGuard::~StreamGuard() {
+  stdout = out_;
+  stderr = err_;
+  if (filter_ != nullptr) std::fclose(filter_);
 }
 
 }  // namespace standin

@@ -4,22 +4,20 @@
 
 #include "kestrune/kestrune.h"
 
-#pragma weak HostMgrInit
+#pragma weak HostManager
 #pragma weak HostGetStringA
 #pragma weak HostGetStringW
-#pragma weak HostMgrUninit
 
 extern "C" {
 
-KESTRUNE_EXPORT int MgrInit(void) { return HostMgrInit == nullptr ? 1 : HostMgrInit(); }
+KESTRUNE_EXPORT int MgrInit(void) { return HostManager == nullptr ? 1 : HostManager(1); }
 
-KESTRUNE_EXPORT int GetStringA(uint16_t language, const standin::StringRequest* request, char* buffer,
-                               uint32_t* size) {
+KESTRUNE_EXPORT int GetStringA(uint16_t language, const standin::StringRequest* request, char* buffer, uint32_t* size) {
   return HostGetStringA == nullptr ? 0 : HostGetStringA(language, request, buffer, size);
 }
 
 KESTRUNE_EXPORT int GetStringW(void) { return HostGetStringW == nullptr ? 0 : HostGetStringW(); }
 
-KESTRUNE_EXPORT int MgrUninit(void) { return HostMgrUninit == nullptr ? 1 : HostMgrUninit(); }
+KESTRUNE_EXPORT int MgrUninit(void) { return HostManager == nullptr ? 1 : HostManager(0); }
 
 }  // extern "C"

@@ -1,5 +1,5 @@
-/// resmgr.h: the host's resource manager, which keeps the names of its sensors: the requests to it, and the functions of
-/// the host process that its library (resmgr.cpp) hands them on to.
+/// resmgr.h: the host's resource manager, which keeps the names of its sensors: the requests to it, and the functions
+/// of the host process that its library (resmgr.cpp) hands them on to.
 #ifndef KESTRUNE_STANDIN_RESMGR_H_
 #define KESTRUNE_STANDIN_RESMGR_H_
 
@@ -21,12 +21,11 @@ inline constexpr uint32_t kSensorName = 0x00080002;
 
 }  // namespace standin
 
-/// Null in the library when the process has no such functions.
+/// Null in the library when the process has no such functions. HostManager answers for MgrInit and MgrUninit.
 extern "C" {
-int HostMgrInit(void);
+int HostManager(int start);
 int HostGetStringA(uint16_t language, const standin::StringRequest* request, char* buffer, uint32_t* size);
 int HostGetStringW(void);
-int HostMgrUninit(void);
 }
 
 #endif  // KESTRUNE_STANDIN_RESMGR_H_

@@ -46,7 +46,7 @@ TEST_F(SELTest, TheDumpWhole) {
       "Get SEL data success!\n"
       "selid 2 next id 65535 data:34 12 02 df 59 37 5f 20 ef 04 1b 1a 08 00 19 ff \nTranslate: CPU 0 Fan connected\n",
       WalkCalls({0, 2}));
-  EXPECT_EQ(RecordCount(module, Type(CONFIG_TYPE_LOG, 5)), 2);
+  EXPECT_EQ(Query(module, Group(LOG_SEL)).count, 2U);
   EXPECT_EQ(TakeCalls(), WalkCalls({0, 2})) << "the dump fills no cache";
   TakeLines();
   Host().enumerate = 0;

@@ -213,7 +213,7 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
   const std::string start = "Dbg (InitResMgr): Start to init ResMgr!\n";
   const std::string end = start + "Dbg (InitResMgr): End initResMgr!\n";
   const struct {
-    const char* omitted;  // null: there is no library
+    const char* omitted;        // null: there is no library
     int starts;                 // what MgrInit answers
     std::string begins, holds;  // the report, with what the loader says in between
     bool stays_up;

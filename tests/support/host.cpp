@@ -49,8 +49,9 @@ class ScriptedController final : public standin::Controller {
 int GetString(uint16_t language, const standin::StringRequest& request, char* buffer, uint32_t* size) {
   const std::string& fault = Host().fault;
   const auto name = Host().names.find(request.object_id);
-  if (language != 0x0409 || request.type != standin::kSensorName || request.arguments != decltype(request.arguments){} ||
-      name == Host().names.end() || fault == (buffer == nullptr ? "size" : "text")) {
+  if (language != 0x0409 || request.type != standin::kSensorName ||
+      request.arguments != decltype(request.arguments){} || name == Host().names.end() ||
+      fault == (buffer == nullptr ? "size" : "text")) {
     return 0;
   }
   const auto whole = static_cast<uint32_t>(name->second.size() + 1);

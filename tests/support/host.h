@@ -24,11 +24,11 @@ struct ScriptedEntry {
 struct TestHost : standin::HostProcess {
   TestHost();
 
-  std::optional<std::string> mapping;      ///< text of G_IPMI_ZARP_ID; unset: its size is 0
-  int enumerate = 1;                       ///< whether the controller tells its number of entries
-  std::optional<uint32_t> sel_count;       ///< that number; unset: as many as there are entries
-  std::vector<ScriptedEntry> sel;          ///< the event log; the front is its first entry
-  std::map<uint32_t, std::string> names;   ///< the resource manager's, by the sensors' host IDs
+  std::optional<std::string> mapping;     ///< text of G_IPMI_ZARP_ID; unset: its size is 0
+  int enumerate = 1;                      ///< whether the controller tells its number of entries
+  std::optional<uint32_t> sel_count;      ///< that number; unset: as many as there are entries
+  std::vector<ScriptedEntry> sel;         ///< the event log; the front is its first entry
+  std::map<uint32_t, std::string> names;  ///< the resource manager's, by the sensors' host IDs
   /// Of a string request, "size" and "text": that step fails; "empty": a size of 0 is told; "full": the size is filled
   /// without a NUL; "long": 8 bytes too many are told; "short": 3 too few, and all are written.
   std::string fault;

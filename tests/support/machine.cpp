@@ -2,13 +2,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <syslog.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
@@ -22,7 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string kCommandFolder = "/usr/zarp/bin/", kCommandNotes = "/usr/zarp/commands";
-constexpr char kLogSocket[] = "/dev/log";
 
 void Check(bool good, const std::string& what) {
   if (!good) throw std::system_error(errno, std::generic_category(), what);
@@ -64,11 +59,6 @@ std::string ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   Check(file.is_open(), path);
   return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void SetTime(const std::string& path, time_t seconds) {
-  const std::array<timespec, 2> times = {timespec{seconds, 0}, timespec{seconds, 0}};
-  Check(utimensat(AT_FDCWD, path.c_str(), times.data(), 0) == 0, path);
 }
 
 void PlantFIFO(const std::string& path) { Check(mkfifo(path.c_str(), 0666) == 0, path); }
@@ -118,29 +108,6 @@ std::multiset<std::string> Commands::TakeCalls() {
   for (std::string line; std::getline(notes, line);) calls.insert(line);
   Remove(kCommandNotes);
   return calls;
-}
-
-SystemLog::SystemLog() : socket_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)) {
-  sockaddr_un address{AF_UNIX, {}};
-  std::string_view(kLogSocket).copy(address.sun_path, sizeof(address.sun_path) - 1);
-  Check(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0, kLogSocket);
-}
-
-SystemLog::~SystemLog() {
-  closelog();
-  close(socket_);
-  Remove(kLogSocket);
-}
-
-std::vector<std::string> SystemLog::Take() const {
-  std::vector<std::string> messages;
-  std::array<char, 2048> buffer{};
-  for (ssize_t size; (size = recv(socket_, buffer.data(), buffer.size(), 0)) >= 0;) {
-    const std::string message(buffer.data(), static_cast<size_t>(size));
-    // "<priority>time sender: text", where neither time nor sender holds a colon followed by a blank.
-    messages.push_back(message.substr(0, message.find('>') + 1) + message.substr(message.find(": ") + 2));
-  }
-  return messages;
 }
 
 }  // namespace machine

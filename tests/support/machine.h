@@ -3,6 +3,7 @@
 #ifndef KESTRUNE_TESTS_SUPPORT_MACHINE_H_
 #define KESTRUNE_TESTS_SUPPORT_MACHINE_H_
 
+#include <chrono>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -11,7 +12,6 @@
 #include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace machine {
 
@@ -21,7 +21,10 @@ void Reset();
 void WriteFile(const std::string& path, std::string_view content, std::ios::openmode mode = std::ios::trunc);
 inline void AppendFile(const std::string& path, std::string_view content) { WriteFile(path, content, std::ios::app); }
 std::string ReadFile(const std::string& path);
-void SetTime(const std::string& path, time_t seconds);
+inline void SetTime(const std::string& path, time_t seconds) {
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
+}
 inline void Remove(const std::string& path) { std::filesystem::remove_all(path); }
 inline void PlantLink(const std::string& path, const std::string& target) {
   Remove(path);
@@ -74,19 +77,6 @@ class Commands {
  private:
   std::string real_path_;
   ScopedVariable path_;
-};
-
-/// The socket of the system log. A message is its priority in angle brackets and its text.
-class SystemLog {
- public:
-  SystemLog();
-  ~SystemLog();
-  SystemLog(const SystemLog&) = delete;
-  SystemLog& operator=(const SystemLog&) = delete;
-  std::vector<std::string> Take() const;
-
- private:
-  int socket_;
 };
 
 }  // namespace machine

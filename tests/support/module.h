@@ -87,11 +87,6 @@ inline Reply FetchRange(const HostModule& module, const tagIDV& identifier, uint
   return Send(module, {SP_CONFIGITEMEX, identifier, capacity, true, begin, end});
 }
 
-/// The record count that SP_PROPERTY reports for one log.
-inline int64_t RecordCount(const HostModule& module, const tagIDV& identifier) {
-  return std::stoll(Send(module, {SP_PROPERTY, identifier, 1, true}).rows.at(0).values.at(0));
-}
-
 /// A test in a clean machine with a clean host. At its end the module is unloaded, and /tmp, the merged log and the
 /// open descriptors must be as they were.
 class ModuleTest : public testing::Test {
