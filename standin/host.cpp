@@ -14,7 +14,7 @@ namespace standin {
 namespace {
 
 HostProcess default_host;
-std::mutex nubo_mutex;
+std::recursive_mutex nubo_mutex;  // a thread that forgets to let go is not stopped by itself
 
 void Called(const char* function) {
   if (host->on_nubo) host->on_nubo(function);
