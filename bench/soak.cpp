@@ -46,11 +46,8 @@ class SoakTest : public SELTest {
     machine::WriteFile("/var/log/cron", MakeLog(5, "cron"));
     machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xy")));
     Host().sel = MakeNamedSEL("abc");
+    Host().names[0x2001] = std::string(200, 'n');  // long, so that its loss would show
   }
-
- private:
-  /// A long name, so that its loss would show.
-  const machine::ScopedVariable names_{"RESMGR_NAMES", ("2001=" + std::string(200, 'n')).c_str()};
 };
 
 /// One request of a thread's mix, checked as far as a log that changes allows: what is announced is there, and is
