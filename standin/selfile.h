@@ -23,7 +23,7 @@ std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit = SI
 std::string MakeSelLog(const std::vector<SELRecord>& records);
 
 /// Writes the records of the raw file `raw_path` as the SEL log file `path`. Throws Failure.
-void PackSelLog(const std::string& raw_path, const std::string& path);
+void PackSelLog(const std::string& rawPath, const std::string& path);
 
 /// Lays a copy of `path`, whatever it holds, where modules look for the SEL log file. Throws Failure.
 void LaySelLog(const std::string& path);

@@ -21,14 +21,14 @@ namespace standin {
 
 struct Sensor {
   uint8_t number = 0;
-  uint32_t host_id = 0;
+  uint32_t hostId = 0;
   std::string name;
   std::string unit;
   int m = 1;
   int b = 0;
-  int b_exp = 0;
-  int r_exp = 0;
-  bool is_signed = false;
+  int bExp = 0;
+  int rExp = 0;
+  bool isSigned = false;
 };
 
 using Sensors = std::vector<Sensor>;
@@ -37,7 +37,7 @@ using Sensors = std::vector<Sensor>;
 Sensors ReadSensors(const std::string& path);
 
 /// The first sensor with this host ID, or null.
-const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id);
+const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId);
 
 /// The sensor's value at the raw reading, rounded to the nearest integer.
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw);
