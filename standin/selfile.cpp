@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <numeric>
 
 #include "standin/failure.h"
 #include "standin/files.h"
@@ -12,7 +11,6 @@ namespace standin {
 namespace {
 
 constexpr const char* SEL_LOG_PATH = "/etc/zarp/conf/ipmi.log";
-constexpr size_t HEADER_SIZE = 9;
 constexpr size_t RECORD_SIZE = sizeof(SELRecord);
 
 }  // namespace
@@ -36,10 +34,9 @@ std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit) {
 }
 
 std::string MakeSelLog(const std::vector<SELRecord>& records) {
-  const size_t size = HEADER_SIZE + records.size() * RECORD_SIZE;
-  std::string contents(HEADER_SIZE, '\0');
-  for (size_t i = 0; i < 4; ++i) contents[4 + i] = static_cast<char>(size >> (8 * i) & 0xFF);
-  contents[8] = static_cast<char>(-std::accumulate(contents.begin(), contents.end(), 0));
+  const SELLogHeader header =
+      MakeSELLogHeader(static_cast<uint32_t>(sizeof(SELLogHeader) + records.size() * RECORD_SIZE));
+  std::string contents(header.begin(), header.end());
   for (const SELRecord& record : records) contents.append(record.begin(), record.end());
   return contents;
 }
