@@ -16,7 +16,7 @@ struct StringRequest {
 };
 static_assert(sizeof(StringRequest) == 16);
 
-/// Type of a request for the name of the host's sensor `object_id`.
+/// Type of a request for the name of the host's sensor `objectId`.
 inline constexpr uint32_t SENSOR_NAME = 0x00080002;
 
 }  // namespace standin
