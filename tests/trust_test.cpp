@@ -267,11 +267,10 @@ TEST_F(TrustTest, AStartWithoutMemoryOrTheLibraryLeavesTheLogOut) {
 TEST_F(TrustTest, AnOddHostEnvironment) {
   Start();
   const Rows right = Fetch(Load(), Group(LOG_MESSAGES), 3).rows;
-  for (const char* path : {"/nowhere", "", "relative:/usr/bin:/bin"}) {
-    SCOPED_TRACE(path);
-    const machine::ScopedVariable variable("PATH", path);
+  {
+    const machine::ScopedVariable variable("PATH", "relative:/usr/bin:/bin");
     Forget(LOG_MESSAGES);
-    EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 3).rows, *path == 'r' ? right : Rows());
+    EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 3).rows, right);
   }
   Forget(LOG_MESSAGES);
   signal(SIGCHLD, SIG_IGN);
