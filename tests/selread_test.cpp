@@ -297,7 +297,7 @@ TEST_F(SELTest, TheDump) {
   } cases[] = {
       {"1a", 0, {}, ""},
       {"1a 2a", -1, {0, 2}, entry("1 next id 2") + entry("2 next id 65535")},
-      {"1a 2a 300a", 2, {0, 2}, entry("1 next id 2") + entry("2 next id 300")},
+      {"1a 2a>1", 3, {0, 2, 1}, entry("1 next id 2") + entry("2 next id 1") + entry("1 next id 2")},
       {"1a! 2a", -1, std::vector<int>(65535, 0), withoutEnd},
       {"1a 2a! 3a", 3, {0, 2, 2}, entry("1 next id 2") + fail + fail},
   };
