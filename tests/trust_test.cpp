@@ -251,16 +251,18 @@ TEST_F(TrustTest, AStartWithoutMemoryOrTheLibraryLeavesTheLogOut) {
         refused = one.WasRefused();
       }
       const Lines calls = TakeCalls();
+      // The first call opens the lock between processes, without which a start goes on.
+      const bool isLock = kind == CALLS && refusals == 0;
       if (refused && started == 1) {
-        EXPECT_EQ(*Load().selEnable, 0U);
-        EXPECT_EQ(calls.back(), "gmUninitialize");
+        EXPECT_EQ(*Load().selEnable, isLock ? 1U : 0U);
+        EXPECT_EQ(calls.back() == "gmUninitialize", !isLock);
       }
       EXPECT_EQ(Load().SPInitialize(nullptr, nullptr), 1) << "the next start";
       EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 3).count, 3U);
       Unload();
       TakeCalls();
     }
-    EXPECT_GE(refusals, kind == MEMORY ? 3 : 2);
+    EXPECT_GE(refusals, 3);
   }
 }
 
