@@ -81,25 +81,19 @@ std::string Columns(const std::string& line, size_t from, size_t to) {
   return from < std::min(to, line.size()) ? line.substr(from, to - from) : "";
 }
 
-std::string Narrow(const tagCONFIGENTRY& entry) {
-  Require(entry.varValue.vt == VT_BSTR, "a text is a string");
-  std::string bytes(wcslen(entry.varValue.value.bstrVal) * MB_CUR_MAX + 1, '\0');
-  bytes.resize(wcstombs(bytes.data(), entry.varValue.value.bstrVal, bytes.size()));
-  return bytes;
-}
-
 void RequireText(const tagCONFIGENTRY& entry, uint32_t id, const std::string& text) {
-  const bool isValid = mbstowcs(nullptr, text.c_str(), 0) != static_cast<size_t>(-1);
-  Require(entry.dwEntryID == id, "entries stand in their order");
-  Require(Narrow(entry) == (isValid ? text : ""), "a text is the line's, cut at its columns");
+  std::wstring wide(text.size() + 1, L'\0');
+  const size_t length = mbstowcs(wide.data(), text.c_str(), wide.size());
+  wide.resize(length == static_cast<size_t>(-1) ? 0 : length);
+  Require(entry.dwEntryID == id && entry.varValue.vt == VT_BSTR, "entries stand in their order");
+  Require(entry.varValue.value.bstrVal == wide, "a text is the line's, cut at its columns");
 }
 
 extern "C" void syslog(int priority, const char* format, ...) {
-  char text[8192];
-  const int used = snprintf(text, sizeof(text), "%d ", priority);
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(text + used, 8000, format, arguments);
+  char text[8000];
+  vsnprintf(text, sizeof(text), format, arguments);
   va_end(arguments);
-  g_host.written.emplace_back(text);
+  g_host.written.push_back(std::to_string(priority) + ' ' + text);
 }

@@ -29,18 +29,15 @@ inline FuzzHost g_host;
 /// The path of a file that holds `content` until the next call, for this process and its children.
 const char* FileWith(const std::string& content);
 
-/// The host's items. No byte behind them can be touched.
+/// The host's items. No byte after them can be touched.
 struct HostItems : standin::MarkedItems {
   using MarkedItems::MarkedItems;
-  /// How many were filled. Requires that the others, behind them, are as they were.
+  /// How many were filled. Requires that the others, after them, are as they were.
   size_t CountFilled() const;
 };
 
-/// The bytes of a line from column `from` on, up to `to`; empty behind its end.
+/// The bytes of a line from column `from` on, up to `to`; empty past its end.
 std::string Columns(const std::string& line, size_t from, size_t to = std::string::npos);
-
-/// The bytes of a string of a reply.
-std::string Narrow(const tagCONFIGENTRY& entry);
 
 /// Requires an entry to have this ID and text; a text that is not valid in the locale counts as empty.
 void RequireText(const tagCONFIGENTRY& entry, uint32_t id, const std::string& text);

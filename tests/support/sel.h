@@ -23,13 +23,6 @@ inline SELRecord MakeRecord(int type, int event, int data1, int data2 = 0, int d
   return record;
 }
 
-/// What the module says of a record that no row of its tables fits.
-inline std::string HexDump(const SELRecord& record) {
-  std::string text = "Unspecified event! Hex dump :";
-  for (const uint8_t byte : record) text += {' ', "0123456789ABCDEF"[byte / 16], "0123456789ABCDEF"[byte % 16]};
-  return text;
-}
-
 /// Records that no row fits, told apart by marks, lower-case letters for which their times stand: 0 for "a".
 inline Records PlainRecords(const std::string& marks) {
   Records records;
@@ -37,12 +30,15 @@ inline Records PlainRecords(const std::string& marks) {
   return records;
 }
 
-/// The items of plain records, given oldest first and listed newest first, behind the items `rows`. `origin`: 0 the
+/// The items of plain records, given oldest first and listed newest first, after the items `rows`. `origin`: 0 the
 /// controller, 1 the SEL log file.
 inline std::vector<Row> PlainRows(size_t index, int origin, const std::string& marks, std::vector<Row> rows = {}) {
   for (size_t i = marks.size(); i-- > 0;) {
-    const std::string seconds = std::to_string(marks[i] - 'a' + 100).substr(1);
-    const Lines values = {"Jan  1", "00:00:" + seconds, HexDump(PlainRecords(marks)[i]), "N/A", std::to_string(origin)};
+    const int seconds = marks[i] - 'a';  // up to 25
+    const std::string two = std::to_string(seconds + 100).substr(1),
+                      hex = {"01"[seconds / 16], "0123456789ABCDEF"[seconds % 16]};
+    const std::string dump = "Unspecified event! Hex dump : 34 12 02 " + hex + " 00 00 00 20 EF 04 00 00 00 00 00 00";
+    const Lines values = {"Jan  1", "00:00:" + two, dump, "N/A", std::to_string(origin)};
     rows.push_back({static_cast<uint32_t>(index++), LOG_SEL, SEL_SHAPE, values});
   }
   return rows;
