@@ -91,11 +91,14 @@ bool IsTemporaryName(std::string_view name, std::string_view prefix) {
 }  // namespace
 
 bool PrivateFile::Make() {
-  isSettled_ = false;
-  made_ = {};
-  const char* fault = MakeEmpty(path_, made_);
-  if (fault == nullptr) return true;
-  made_ = {};
+  struct stat made {};
+  const char* fault = MakeEmpty(path_, made);
+  if (fault == nullptr) {
+    isSettled_ = false;
+    made_ = made;
+    return true;
+  }
+  Remove();
   Error("Err (%s:PrivateFile): Can't make file %s: %s!\n", path_, fault);
   return false;
 }
