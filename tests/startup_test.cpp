@@ -4,23 +4,27 @@
 #include <cstdlib>
 #include <functional>
 #include <future>
+#include <sstream>
 
 #include "tests/support/module.h"
 
 namespace {
 
+using namespace std::string_literals;
 using IDs = std::vector<uint32_t>;
 
 const std::string START = Dbg("OnInitData", "Do Initialize!"), STOP = Dbg("OnUninitData", "Do UnInitialize!");
 const std::string WITH_SEL = Dbg("OnInitData", "Init Sel OK!"), WITHOUT_SEL = Dbg("OnInitData", "Err to InitSELLog");
 const Lines PLAIN_START = {START, Err("InitSELLog", "Failed to initializing NUBO module!"), WITHOUT_SEL};
 
+/// The logs among the groups, whose parent is the first.
 IDs GroupIDs(const HostModule& module) {
   std::vector<tagCONFIGGROUP> groups(6);
   uint32_t count = 6;
   EXPECT_EQ(module.SPConfig(SP_OP_GET, SP_CONFIGGROUPS, &count, groups.data(), nullptr), 1);
+  EXPECT_EQ(groups[0].wGroupID, CONFIG_GROUP_LOGS);
   IDs ids;
-  for (uint32_t i = 0; i < count; ++i) ids.push_back(groups[i].wGroupID);
+  for (uint32_t i = 1; i < count; ++i) ids.push_back(groups[i].wGroupID);
   return ids;
 }
 
@@ -36,70 +40,78 @@ IDs TypeIDs(const HostModule& module) {
 
 class StartupTest : public ModuleTest {};
 
-TEST_F(StartupTest, EveryCombinationOfLogsAndDistribution) {
-  for (const int dist : {0, 103, 106}) {
-    Lines names = {"secure", "messages", "agent.log", "mail", "news/news.crit", "news/news.err", "news/news.notice"};
-    if (dist == 0) names = {"secure", "messages", "agent.log", "maillog", "spooler", "cron"};
-    const size_t selBit = size_t{1} << names.size();
-    for (size_t mask = 0; mask < 2 * selBit && !HasFailure(); ++mask) {
-      SCOPED_TRACE(testing::Message() << "distribution " << dist << ", logs " << mask);
-      machine::Reset();
-      Host() = TestHost();
-      Host().dist = dist;
-      std::string list;
-      IDs ids;
-      for (size_t i = 0; i < names.size(); ++i) {
-        if ((mask >> i & 1) == 0) continue;
-        machine::WriteFile("/var/log/" + names[i], "");
-        if (i < 3) ids.push_back(LOG_SECURE + static_cast<uint32_t>(i));
-        if (i >= 3) list += (list.empty() ? "/var/log/" : " /var/log/") + names[i];
-      }
-      if (!list.empty()) ids.insert(ids.begin(), LOG_APPLICATION);
-      const bool sel = (mask & selBit) != 0;
-      if (sel) {
-        ids.push_back(LOG_SEL);
-        Host().PlugInController("1A;2001");
-        machine::InstallResourceManager();
-      }
-      const HostModule& module = Start();
-      EXPECT_EQ(std::string(*module.AppLogList, sizeof(AppLogList)), list + std::string(256 - list.size(), '\0'));
-      EXPECT_EQ(*module.selEnable, sel ? 1U : 0U);
-      EXPECT_EQ(TypeIDs(module), ids);
-      ids.insert(ids.begin(), CONFIG_GROUP_LOGS);
-      EXPECT_EQ(GroupIDs(module), ids);
-      Unload();
+TEST_F(StartupTest, LogsOfEachDistribution) {
+  const std::string news = "mail news/news.crit news/news.err news/news.notice", plain = "maillog spooler cron";
+  const std::string newsList = "/var/log/mail /var/log/news/news.crit /var/log/news/news.err /var/log/news/news.notice";
+  const struct {
+    int dist;
+    std::string files;  // in /var/log
+    bool sel;
+    std::string list;
+    IDs ids;
+  } cases[] = {{0, "", false, "", {}},
+               {0, "", true, "", {LOG_SEL}},
+               {0, "secure", false, "", {LOG_SECURE}},
+               {0, "messages " + news, false, "", {LOG_MESSAGES}},
+               {0, "agent.log", true, "", {LOG_AGENT, LOG_SEL}},
+               {0, "maillog secure", false, "/var/log/maillog", {LOG_APPLICATION, LOG_SECURE}},
+               {0, "cron maillog", false, "/var/log/maillog /var/log/cron", {LOG_APPLICATION}},
+               {0, "spooler", true, "/var/log/spooler", {LOG_APPLICATION, LOG_SEL}},
+               {0,
+                "secure messages agent.log " + plain,
+                true,
+                "/var/log/maillog /var/log/spooler /var/log/cron",
+                {LOG_APPLICATION, LOG_SECURE, LOG_MESSAGES, LOG_AGENT, LOG_SEL}},
+               {103, news + " agent.log", false, newsList, {LOG_APPLICATION, LOG_AGENT}},
+               {103, "secure " + plain, false, "", {LOG_SECURE}},
+               {106, news, false, newsList, {LOG_APPLICATION}},
+               {106, "news/news.err", false, "/var/log/news/news.err", {LOG_APPLICATION}}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "distribution " << c.dist << ": " << c.files);
+    machine::Reset();
+    Host() = TestHost();
+    Host().dist = c.dist;
+    std::istringstream files(c.files);
+    for (std::string file; files >> file;) machine::WriteFile("/var/log/" + file, "");
+    if (c.sel) {
+      Host().PlugInController("1A;2001");
+      machine::InstallResourceManager();
     }
+    const HostModule& module = Start();
+    EXPECT_EQ(std::string(*module.AppLogList, sizeof(AppLogList)), c.list + std::string(256 - c.list.size(), '\0'));
+    EXPECT_EQ(*module.selEnable, c.sel ? 1U : 0U);
+    EXPECT_EQ(TypeIDs(module), c.ids);
+    EXPECT_EQ(GroupIDs(module), c.ids);
+    Unload();
   }
 }
 
 TEST_F(StartupTest, LogsThatWereMissingStayOutUntilTheModuleIsLoadedAgain) {
-  machine::WriteFile("/var/log/messages", "");
-  EXPECT_EQ(TypeIDs(Start()), IDs{LOG_MESSAGES});
+  for (const char* name : {"messages", "maillog"}) machine::WriteFile(std::string("/var/log/") + name, "");
+  EXPECT_EQ(TypeIDs(Start()), (IDs{LOG_APPLICATION, LOG_MESSAGES}));
   EXPECT_EQ(Load().SPUninitialize(), 1);
-  machine::WriteFile("/var/log/secure", "");
-  machine::WriteFile("/var/log/cron", "");
-  EXPECT_EQ(TypeIDs(Start()), IDs{LOG_MESSAGES});
-  EXPECT_EQ(GroupIDs(Load()), (IDs{CONFIG_GROUP_LOGS, LOG_MESSAGES}));
-  EXPECT_STREQ(*Load().AppLogList, "/var/log/cron") << "the list itself follows what is there";
+  machine::Remove("/var/log/maillog");
+  for (const char* name : {"secure", "cron"}) machine::WriteFile(std::string("/var/log/") + name, "");
+  EXPECT_EQ(TypeIDs(Start()), (IDs{LOG_APPLICATION, LOG_MESSAGES}));
+  EXPECT_EQ(GroupIDs(Load()), (IDs{LOG_APPLICATION, LOG_MESSAGES}));
+  EXPECT_EQ(std::string(*Load().AppLogList, 20), "/var/log/cron\0\0\0\0\0\0\0"s) << "the list follows what is there";
   Unload();
-  EXPECT_EQ(GroupIDs(Start()), (IDs{CONFIG_GROUP_LOGS, LOG_APPLICATION, LOG_SECURE, LOG_MESSAGES}));
+  EXPECT_EQ(GroupIDs(Start()), (IDs{LOG_APPLICATION, LOG_SECURE, LOG_MESSAGES}));
 }
 
 TEST_F(StartupTest, SettingsWord) {
   const HostModule& module = Load();
   const auto settings = [&module] {
-    return std::vector<uint64_t>{*module.g_SPGlobal, *module.g_bRepeatEvent, *module.g_uiUpdateInterval};
+    return std::array<uint64_t, 3>{*module.g_SPGlobal, *module.g_bRepeatEvent, *module.g_uiUpdateInterval};
   };
+  using Settings = std::array<uint64_t, 3>;
   uint32_t out = 0;
-  EXPECT_EQ(settings(), (std::vector<uint64_t>{0, 0, 5000}));
   EXPECT_EQ(module.SPInitialize(nullptr, &out), 1);
   EXPECT_EQ(out, 2U);
-  EXPECT_EQ(settings(), (std::vector<uint64_t>{0, 0, 5000}));
-  const std::vector<std::vector<uint64_t>> cases = {
-      {0x0000138800000001, 1, 5000}, {0xFFFFFFFF00000002, 0, 0xFFFFFFFF}, {0x00000000FFFFFFFF, 1, 0}, {0, 0, 0}};
-  for (const auto& expected : cases) {
-    const uint64_t word = expected[0];
-    uint64_t other = ~word, read = 0;
+  EXPECT_EQ(settings(), (Settings{0, 0, 5000}));
+  for (const Settings& expected : {Settings{0x0000138800000001, 1, 5000}, Settings{0xFFFFFFFF00000002, 0, 0xFFFFFFFF},
+                                   Settings{0x00000000FFFFFFFF, 1, 0}}) {
+    uint64_t word = expected[0], other = 0x0000000500000003, read = 0;
     EXPECT_EQ(module.SPUninitialize(), 1);
     EXPECT_EQ(module.SPInitialize(&word, nullptr), 1);
     EXPECT_EQ(settings(), expected);
@@ -112,7 +124,7 @@ TEST_F(StartupTest, SettingsWord) {
     EXPECT_EQ(module.SPConfig(SP_OP_SET, SP_GBLPROPERTY, &other, nullptr, nullptr), 1);
     EXPECT_EQ(module.SPConfig(SP_OP_GET, SP_GBLPROPERTY, &read, nullptr, nullptr), 1);
     EXPECT_EQ(read, other);
-    EXPECT_EQ(settings(), (std::vector<uint64_t>{other, other & 1, other >> 32}));
+    EXPECT_EQ(settings(), (Settings{0x0000000500000003, 1, 5}));
   }
 }
 
@@ -200,7 +212,6 @@ TEST_F(StartupTest, SELStartAndEveryWayItFails) {
       {[] { Host().mapping.reset(); }, {card, table("gmGetProperty count = 0!"), noTable}, 3},
       {[] { Host().propertyText = 0; }, {card, table("gmGetProperty failed2!"), noTable}, 4},
       {[] { Host().mapping = "1A"; }, {card, table("Entry Count = 0!"), noTable}, 4},
-      {[] { Host().mapping = ""; }, {card, table("Entry Count = 0!"), noTable}, 4},
       {[] { machine::Remove("/usr/zarp/lib"); }, {card, debug("Init resmgr failed!")}, 4},
       {[] { Host().info = Host().uninitialize = 0; },
        {noInfo, Err("InitSELLog", "Failed to uninitializing NUBO module!")},
