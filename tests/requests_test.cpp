@@ -166,7 +166,7 @@ TEST_F(RequestsTest, PropertiesOfOneLogAndAll) {
   }
   const tagIDV every = Type(CONFIG_TYPE_LOG, 0);
   EXPECT_EQ(Send(module, {SP_PROPERTY, every, 4, true}).Head(), (std::array<uint32_t, 4>{0, 4, 0, 0}));
-  EXPECT_EQ(Send(module, {SP_PROPERTY, every, 8, true}).rows, all);
+  EXPECT_EQ(Send(module, {SP_PROPERTY, every, 5, true}).rows, all);
   for (const tagIDV& identifier : {every, Type(CONFIG_TYPE_LOG, 1), Group(LOG_APPLICATION)}) {
     machine::Remove("/var/log/._app_log_.tmp");
     Send(module, {SP_PROPERTY, identifier});
