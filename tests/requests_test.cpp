@@ -179,7 +179,7 @@ struct Message {
   uint32_t id;
   uint64_t level;
   const wchar_t* text;
-  uint32_t attributes = 8;
+  uint32_t attributes = 8;  // of the level
 };
 
 int32_t Write(const HostModule& module, tagIDV identifier, const std::vector<Message>& messages) {
@@ -188,7 +188,7 @@ int32_t Write(const HostModule& module, tagIDV identifier, const std::vector<Mes
     const auto& [id, level, text, attributes] = messages[i];
     tagCONFIGENTRY* entries = new tagCONFIGENTRY[3];
     static_cast<tagCONFIGITEM&>(items[i]) = {0, id, 3, entries};
-    const uint32_t ids[] = {CE_RECORDS, CE_LEVEL, CE_TEXT}, permissions[] = {1, attributes, attributes};
+    const uint32_t ids[] = {CE_RECORDS, CE_LEVEL, CE_TEXT}, permissions[] = {1, attributes, 8};
     for (size_t k = 0; k < 3; ++k) {
       entries[k].dwEntryID = ids[k];
       entries[k].dwAttributes = permissions[k];
@@ -212,7 +212,7 @@ TEST_F(RequestsTest, MessagesAreWrittenToTheSystemLog) {
       {{5, 1, L"%s%n 100%"}, "5 WebUI: %s%n 100%"},
       {{5, 0x700000002, L"low", 2}, "5 WebUI(Warning): low"},
       {{5, 3, longer.c_str()}, "5 WebUI(Critical): " + std::string(255, 'x')},
-      {{5, 1, L"low byte only", 0x800}, ""},
+      {{5, 1, L"no level", 0xF5}, ""},
       {{5, 1, nullptr}, ""},
       {{5, 1, L"\xE9"}, ""}};  // has no form in the C locale
   const HostModule& module = Start();
