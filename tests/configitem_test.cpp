@@ -143,6 +143,7 @@ TEST_F(ConfigItemTest, LinesOfEveryShape) {
       {head + "-- MARK --", {"Jan 05", "10:00:01", "", "myhost", "-- MARK --"}},
       {head + "kernel: x", {"Jan 05", "10:00:01", "kernel", "myhost", ""}},
       {"Jan  5 10:00:01 my:host", {"Jan 05", "10:00:01", "", "my:host", ""}},
+      {"Jan  5 10:00:01  su: no host", {"Jan 05", "10:00:01", "su", "", "no host"}},
       {"Jan", {"Jan", "", "", "", ""}},
       {head + "su: before\0after: it"s, {"Jan 05", "10:00:01", "su", "myhost", "before"}},
       {head + "a\tb: \r\x1b[1m<&>\"'", {"Jan 05", "10:00:01", "a\tb", "myhost", "\r\x1b[1m<&>\"'"}},
@@ -156,6 +157,8 @@ TEST_F(ConfigItemTest, LinesOfEveryLength) {
   for (const auto& [length, message] : cases) {
     EXPECT_EQ(List(head + std::string(length - 31, 'm')).at(0).back(), std::string(message, 'm')) << length;
   }
+  const std::string colonAt507 = "Jan 15 10:00:01 myhost " + std::string(507 - 23, 't') + ":";
+  EXPECT_EQ(List(colonAt507 + std::string(90, 'm')).at(0).back(), "m");
   // From 1,020 characters on the rest is read as a line of its own, and takes the place of the last.
   const std::vector<Lines> rows = List(head + std::string(1023 - 31, 'm'), 2);
   EXPECT_EQ(rows.at(1), (Lines{"mmm", "", "", "", ""}));
