@@ -114,7 +114,7 @@ TEST_F(RequestsTest, EveryIdentifier) {
   const std::tuple<tagIDV, uint32_t, bool, std::string> cases[] = {
       {Group(LOG_APPLICATION), 1, true, ""},
       {Group(LOG_SEL, 1), 1, true, ""},
-      {Group(CONFIG_GROUP_LOGS), 0, false, none("0xc index 0")},
+      {Group(CONFIG_GROUP_LOGS, 5), 0, false, none("0xc index 5")},
       {Group(CONFIG_TYPE_LOG), 0, false, unknown("config group ID: 0x5")},
       {Group(0xFD), 0, false, unknown("config group ID: 0xfd")},
       {Type(LOG_APPLICATION, 6), 1, true, ""},
