@@ -194,8 +194,10 @@ TEST_F(UnitTest, StringsFromWideAndMultibyteText) {
     const std::pair<std::string, std::wstring> cases[] = {
         {text, wide}, {"\xE2\x82\xAC" + text, L'\x20AC' + wide}, {text + "\xC3\xA9", wide + L'\xE9'}};
     for (const auto& [multibyte, result] : cases) {  // a zero follows the terminator
+      const size_t size = result.size() + 2;
+      delete[] std::wmemset(new wchar_t[size], L'?', size);  // what the string is made of is not zero by chance
       const std::unique_ptr<wchar_t[]> string(SysAllocString(multibyte.c_str()));
-      EXPECT_EQ(std::wstring(string.get(), result.size() + 2), result + L"\0\0"s) << multibyte;
+      EXPECT_EQ(std::wstring(string.get(), size), result + L"\0\0"s) << multibyte;
     }
   }
   EXPECT_STREQ(std::unique_ptr<wchar_t[]>(SysAllocString("good\xFF")).get(), L"");
