@@ -64,7 +64,7 @@ class ProcessesTest : public SELTest {
   }
 
   /// Asks for the logs in turn, as often as KESTRUNE_REQUESTS says. Every answer is the whole log asked for; or, where
-  /// `may_fail`, an empty one with an error message, but for `at_least` of them.
+  /// `mayFail`, an empty one with an error message, but for `atLeast` of a hundred.
   void AskFor(const std::vector<std::string>& logs, bool mayFail, int atLeast) {
     const char* requests = std::getenv("KESTRUNE_REQUESTS");
     const int rounds = requests != nullptr ? std::atoi(requests) : 60;
@@ -79,7 +79,7 @@ class ProcessesTest : public SELTest {
         EXPECT_TRUE(std::ranges::any_of(reply.messages, [](const auto& line) { return line.starts_with("256 "); }));
         continue;
       }
-      EXPECT_EQ(reply.rows, ModelRows(MakeLog(40, name), id));
+      EXPECT_EQ(reply.rows, LogRows(id, 40, name));
       ++right;
     }
     EXPECT_GE(right, atLeast * rounds / 100);
@@ -135,13 +135,10 @@ TEST_F(ProcessesTest, ALockHeldForTooLongIsDoneWithout) {
     pause();
   });
   while (access(ready.c_str(), F_OK) != 0) usleep(1000);
-  machine::WriteFile("/tmp/__log__tmp.1", "");
-  chmod("/tmp/__log__tmp.1", 0600);
   const Reply reply = Fetch(Load(), Group(LOG_SECURE), 40);
-  EXPECT_EQ(reply.rows, ModelRows(MakeLog(40, "secure"), LOG_SECURE));
+  EXPECT_EQ(reply.rows, LogRows(LOG_SECURE, 40, "secure"));
   EXPECT_EQ(reply.messages.front(), "512 Warn (kestrune:ProcessLock): " + lockFile_ +
                                         " is held by another process for too long, going on without it!\n");
-  machine::Remove("/tmp/__log__tmp.1");
 }
 
 TEST_F(ProcessesTest, ALinkInTheLocksPlaceIsNotFollowed) {

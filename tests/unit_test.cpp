@@ -1,9 +1,15 @@
-/// What no request reaches: the long call form, keywords of the filter, names that are too long, the text of
-/// the sensor ID table, and the bridge to a resource manager that fails.
+/// What no request reaches: the long call form, keywords of the filter, names that are too long, the bridge to a
+/// resource manager that fails, and the exported values, strings and clocks.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
+#include <sys/sysinfo.h>
+#include <sys/time.h>
 
-#include <algorithm>
+#include <chrono>
+#include <clocale>
+#include <csignal>
+#include <cstring>
 #include <memory>
 
 #include "frame/dispatch.h"
@@ -11,11 +17,10 @@
 #include "textlog/logfilter.h"
 #include "textlog/logmerger.h"
 #include "translate/resmgr.h"
-#include "translate/sensorid.h"
 
 namespace {
 
-using Numbers = std::vector<uint64_t>;
+using namespace std::string_literals;
 
 const std::string LOG = "/var/log/some.log", LIBRARY = "/usr/zarp/lib/libresmgr.so";
 
@@ -29,79 +34,55 @@ class UnitTest : public ModuleTest {
 
 TEST_F(UnitTest, CallFormsOfTheDispatcher) {
   static std::string called;
-  static int one, two, three;
-  const auto brief = [](void* a, void* b, void* c) -> int32_t {
-    called = "short";
-    return a == &one && b == &two && c == &three ? 11 : -1;
+  const ShortHandler brief = [](void*, void*, void* last) -> int32_t {
+    called = std::string("short ") + static_cast<const char*>(last);
+    return 5;
   };
-  const auto full = [](uint8_t op, const char* request, void* a, void* b, void* c) -> int32_t {
-    called = "long " + std::to_string(op) + " " + request;
-    return a == &one && b == &two && c == &three ? 22 : -1;
+  const LongHandler full = [](uint8_t op, const char* request, void*, void*, void* last) -> int32_t {
+    called = "long " + std::to_string(op) + " " + request + " " + static_cast<const char*>(last);
+    return 5;
   };
-  const auto row = [full](uint64_t mask, const char* name, uint64_t form) {
-    tagSPHANDLER made{mask, name, {}, form};
-    made.pfnHandler.longForm = full;
-    return made;
-  };
-  tagSPHANDLER table[] = {row(0x101, "A", 2),
-                          row(2, "A", 1),
-                          row(4, "B", 0),
-                          row(4, "B", 6),
-                          row(0x100, "C", 2),
-                          row(1, "D", 3),
+  tagSPHANDLER table[] = {{0x101, "A", {}, 2},
+                          {2, "A", {brief}, 1},
+                          {4, "B", {brief}, 0},
+                          {4, "B", {}, 6},
+                          {0x100, "C", {}, 2},
+                          {1, "D", {brief}, 3},
                           {},
-                          row(1, "E", 2),
-                          {}};
-  table[1].pfnHandler.shortForm = table[5].pfnHandler.shortForm = brief;
-  const struct {
-    uint8_t op;
-    const char* request;
-    int32_t result;
-    const char* called;
-  } cases[] = {{1, "A", 22, "long 1 A"}, {3, "A", 22, "long 3 A"}, {2, "A", 11, "short"}, {4, "A", 0, ""},
-               {0, "A", 0, ""},          {4, "B", 22, "long 4 B"}, {0xFF, "C", 0, ""},    {1, "D", 11, "short"},
-               {1, "E", 0, ""},          {1, nullptr, 0, ""},      {1, "a", 0, ""}};
-  for (const auto& c : cases) {
+                          {1, "E", {brief}, 1}};
+  for (const size_t row : {0U, 3U, 4U}) table[row].pfnHandler.longForm = full;
+  const std::tuple<uint8_t, const char*, const char*> cases[] = {
+      {1, "A", "long 1 A x"}, {3, "A", "long 3 A x"}, {2, "A", "short x"}, {4, "A", ""}, {4, "B", "long 4 B x"},
+      {0xFF, "C", ""},        {1, "D", "short x"},    {1, "E", ""},        {1, "a", ""}, {1, nullptr, ""}};
+  char last[] = "x";
+  for (const auto& [op, request, expected] : cases) {
     called.clear();
-    EXPECT_EQ(Dispatch(table, c.op, c.request, &one, &two, &three), c.result);
-    EXPECT_EQ(called, c.called);
+    EXPECT_EQ(Dispatch(table, op, request, nullptr, nullptr, last), expected[0] == '\0' ? 0 : 5);
+    EXPECT_EQ(called, expected);
   }
-  EXPECT_EQ(Dispatch(&table[6], 1, "E", nullptr, nullptr, nullptr), 0) << "an empty table";
 }
 
 TEST_F(UnitTest, KeywordsSelectLines) {
   machine::WriteFile(LOG, "Feb  3 a: x one\nJan  9 b: y two\nJan 10 c: x three\nFeb  2 d: x four\nMar  1 e: y five\n");
-  char keyword[] = "x", nowhere[] = "z";
-  uint64_t begin = 0, end = 2;
-  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 1, nullptr, nullptr), 3U);
-  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 0, &begin, &end), 2U);
-  EXPECT_EQ(begin, 1U);
-  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 0, &begin, nullptr), 3U) << "half a range is none";
-  const std::string one = "Feb 03 a: x one\n", three = "Jan 10 c: x three\n", four = "Feb 02 d: x four\n";
+  char x[] = "x", z[] = "z", result[RESULT_FILE_SIZE] = "";
   const struct {
     int sortFirst;
     uint64_t begin, end;  // 0: no range
+    uint64_t count;
     std::string listed;
-    Numbers left;
-  } cases[] = {{0, 0, 0, one + four + three, {0, 0}},
-               {1, 0, 0, one + four + three, {0, 0}},
-               {0, 1, 2, four + three, {2, 3}},  // the last lines of the file
-               {1, 1, 2, one + four, {2, 3}},    // the newest
-               {1, 3, 3, three, {1, 1}}};
+    std::pair<uint64_t, uint64_t> left;
+  } cases[] = {{0, 0, 0, 3, "Feb 03 a: x one\nFeb 02 d: x four\nJan 10 c: x three\n", {0, 0}},
+               {0, 1, 2, 2, "Feb 02 d: x four\nJan 10 c: x three\n", {2, 3}},  // the last lines of the file
+               {1, 1, 2, 2, "Feb 03 a: x one\nFeb 02 d: x four\n", {2, 3}}};   // the newest
   for (const auto& c : cases) {
-    char result[RESULT_FILE_SIZE] = "";
-    begin = c.begin;
-    end = c.end;
-    uint64_t* first = c.begin != 0 ? &begin : nullptr;
-    const auto count = static_cast<uint64_t>(std::count(c.listed.begin(), c.listed.end(), '\n'));
-    EXPECT_EQ(LogFilter(LOG.c_str(), keyword, result, c.sortFirst, first, &end), count);
+    uint64_t begin = c.begin, end = c.end;
+    uint64_t* first = begin != 0 ? &begin : nullptr;  // half a range is none
+    EXPECT_EQ(LogFilter(LOG.c_str(), x, nullptr, c.sortFirst, first, &end), c.count);
+    EXPECT_EQ(LogFilter(LOG.c_str(), x, result, c.sortFirst, first, &end), c.count);
     EXPECT_EQ(machine::ReadFile(result), c.listed);
-    EXPECT_EQ((Numbers{begin, end}), c.left);
+    EXPECT_EQ(std::pair(begin, end), c.left);
     machine::Remove(result);
-  }
-  for (const int sortFirst : {0, 1}) {
-    char result[RESULT_FILE_SIZE] = "before";
-    EXPECT_EQ(LogFilter(LOG.c_str(), nowhere, result, sortFirst, nullptr, nullptr), 0U);
+    EXPECT_EQ(LogFilter(LOG.c_str(), z, result, c.sortFirst, nullptr, nullptr), 0U);
     EXPECT_STREQ(result, "");
     EXPECT_EQ(TakeLines(), Lines{Dbg("LogFilter", "empty file!")});
   }
@@ -109,67 +90,29 @@ TEST_F(UnitTest, KeywordsSelectLines) {
 
 TEST_F(UnitTest, WhatIsRefusedLeavesEverythingAlone) {
   const std::string folder = "/var/log/" + std::string(120, 'f') + "/", fits = folder + std::string(40, 'n');
-  const std::string tooLong = folder + std::string(120, 'n');
+  const std::string tooLong = folder + std::string(120, 'n'), target = "/var/log/merged";
   std::string longKeyword(256, 'k');
   for (const std::string& path : {LOG, fits, tooLong}) machine::WriteFile(path, MakeLog(2));
   EXPECT_EQ(LogFilter(fits.c_str(), nullptr, nullptr, 0, nullptr, nullptr), 2U);
   machine::WriteFile(fits, "");
   machine::Commands commands;
-  const struct {
-    const char* log;
-    char* keyword;
-    std::string message;
-  } cases[] = {{nullptr, nullptr, "Parameter error!"},
-               {tooLong.c_str(), nullptr, "Parameter error!"},
-               {LOG.c_str(), longKeyword.data(), "Parameter error!"},
-               {"/var/log/none", nullptr, "File /var/log/none doesn't exist!"}};
-  for (const auto& c : cases) {
+  const std::pair<const char*, char*> filters[] = {
+      {nullptr, nullptr}, {tooLong.c_str(), nullptr}, {LOG.c_str(), longKeyword.data()}};
+  for (const auto& [log, keyword] : filters) {
     char result[RESULT_FILE_SIZE] = "as it was";
-    uint64_t begin = 3, end = 4;
-    EXPECT_EQ(LogFilter(c.log, c.keyword, result, 1, &begin, &end), 0U);
+    EXPECT_EQ(LogFilter(log, keyword, result, 1, nullptr, nullptr), 0U);
     EXPECT_STREQ(result, "as it was");
-    EXPECT_EQ((Numbers{begin, end}), (Numbers{3, 4}));
-    EXPECT_EQ(TakeLines(), Lines{Err("LogFilter", c.message)});
+    EXPECT_EQ(TakeLines(), Lines{Err("LogFilter", "Parameter error!")});
   }
-  const std::string target = "/var/log/merged";
-  const std::vector<std::pair<std::string, std::string>> merges = {
+  const std::pair<std::string, std::string> merges[] = {
       {fits + " " + fits, target}, {folder + std::string(110, 'n'), target}, {LOG, folder + std::string(130, 't')}};
-  for (const auto& [list, to] : merges) {
-    std::string copy = list;
-    EXPECT_EQ(LogMerger(copy.data(), to.c_str()), 0);
-    EXPECT_EQ(copy, list);
+  for (auto [list, to] : merges) {
+    const std::string before = list;
+    EXPECT_EQ(LogMerger(list.data(), to.c_str()), 0);
+    EXPECT_EQ(list, before);
   }
   EXPECT_EQ(commands.TakeCalls(), std::multiset<std::string>());
-  EXPECT_EQ(machine::Listing("/var/log").count("merged"), 0U);
   EXPECT_EQ(LogFilter(fits.c_str(), nullptr, nullptr, 0, nullptr, nullptr), 2U) << "the cache is still that log's";
-  std::string list = LOG + " /var/log/none " + LOG;
-  EXPECT_EQ(LogMerger(list.data(), target.c_str()), 0);
-  EXPECT_EQ(machine::ReadFile(target), MakeLog(2) + MakeLog(2));
-  EXPECT_EQ(list.c_str(), LOG) << "the list is cut behind its first name";
-}
-
-TEST_F(UnitTest, TheTextOfTheSensorTable) {
-  const std::vector<std::pair<const char*, Numbers>> cases = {{"1A;2001;1B;2002", {0x1A, 0x2001, 0x1B, 0x2002}},
-                                                              {"1A;2001;1B", {0x1A, 0x2001}},
-                                                              {"1FF;2001", {0xFF, 0x2001}},
-                                                              {";;1a;;ffffffff;", {0x1A, 0xFFFFFFFF}},
-                                                              {"1;2;1;3", {1, 2, 1, 3}},
-                                                              {"zz;1;2;3;4;?;5;6", {2, 3, 5, 6}},
-                                                              {"1Fxyz;20 01", {0x1F, 0x20}},
-                                                              {";", {}}};
-  Numbers expected;  // a further text is appended
-  for (const auto& [text, rows] : cases) {
-    Host().PlugInController(text);
-    EXPECT_EQ(GetIpmiZarpIDTable(), 1);
-    expected.insert(expected.end(), rows.begin(), rows.end());
-    Numbers found;
-    for (const auto& row : g_aZARPIDMapping.Rows()) found.insert(found.end(), {row.byIPMISensor, row.dwZARPSensorID});
-    EXPECT_EQ(found, expected) << text;
-  }
-  EXPECT_EQ(GetZARPSensorID(1), 2U) << "the first row counts";
-  UnInitIpmiZarpIDTable();
-  EXPECT_EQ(GetZARPSensorID(1), 0xFFFFFFFF);
-  EXPECT_TRUE(g_aZARPIDMapping.Rows().empty());
 }
 
 TEST_F(UnitTest, StringsOfTheResourceManager) {
@@ -180,72 +123,146 @@ TEST_F(UnitTest, StringsOfTheResourceManager) {
     char untouched[] = "", *string = untouched;
     testing::internal::CaptureStdout();
     const int result = GetStringA({type, object, 0, 0}, &string);
-    std::string answer = testing::internal::GetCapturedStdout();
+    const std::string said = testing::internal::GetCapturedStdout();
     EXPECT_EQ(string != untouched, result == 1);
-    if (result == 1) answer += std::unique_ptr<char[]>(string).get();
-    return answer;
+    return result == 1 ? said + std::unique_ptr<char[]>(string).get() : said;
   };
+  constexpr uint32_t NAME = GS_TYPE_SENSOR_NAME;
   const std::string none = "Debug: <KESTRUNE> Resource manager is inexistent.\n";
   const std::string noSize = "Debug: <KESTRUNE> Fail to get size of string.\n";
-  const std::string noText = "Debug: <KESTRUNE> Fail to get string.\n";
-  constexpr uint32_t NAME = GS_TYPE_SENSOR_NAME;
   EXPECT_EQ(get(NAME, 0x2001, ""), none);
   machine::InstallResourceManager();
-  testing::internal::CaptureStderr();
   ASSERT_EQ(InitResMgr(), 1);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "Dbg (InitResMgr): Start to init ResMgr!\nDbg (InitResMgr): End initResMgr!\n");
-  EXPECT_EQ(get(NAME, 0x2001, ""), "CPU0 Temp");
-  EXPECT_EQ(get(NAME, 0x2002, ""), "");
-  EXPECT_EQ(get(NAME, 0x2003, ""), noSize);
-  EXPECT_EQ(get(NAME + 1, 0x2001, ""), noSize);
-  EXPECT_EQ(get(NAME, 0x2001, "text"), noText);
-  EXPECT_EQ(get(NAME, 0x2001, "empty"), "") << "a size of 0";
-  EXPECT_EQ(get(NAME, 0x2001, "full"), "CPU0 Temp") << "no NUL";
-  EXPECT_EQ(get(NAME, 0x2004, "full"), longName) << "no NUL";
-  EXPECT_EQ(get(NAME, 0x2001, "short"), "CPU0 Te");
+  const std::tuple<uint32_t, uint32_t, const char*, std::string> cases[] = {
+      {NAME, 0x2001, "", "CPU0 Temp"},
+      {NAME, 0x2002, "", ""},
+      {NAME, 0x2003, "", noSize},
+      {NAME + 1, 0x2001, "", noSize},
+      {NAME, 0x2001, "text", "Debug: <KESTRUNE> Fail to get string.\n"},
+      {NAME, 0x2001, "empty", ""},
+      {NAME, 0x2004, "full", longName},
+      {NAME, 0x2001, "short", "CPU0 Te"}};
+  for (const auto& [type, object, fault, answer] : cases) EXPECT_EQ(get(type, object, fault), answer) << fault;
   UninitResMgr();
   EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
   EXPECT_EQ(get(NAME, 0x2001, ""), none);
 }
 
 TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
-  const std::string start = "Dbg (InitResMgr): Start to init ResMgr!\n";
-  const std::string end = start + "Dbg (InitResMgr): End initResMgr!\n";
-  const struct {
-    const char* omitted;        // null: there is no library
-    int starts;                 // what MgrInit answers
-    std::string begins, holds;  // the report, with what the loader says in between
-    bool staysUp;
-  } cases[] = {{nullptr, 1, LIBRARY, "No such file", false},
-               {"MgrInit", 1, LIBRARY, "MgrInit\n", false},
-               {"", 0, start + "Err (InitResMgr): Failed to initialize ResMgr!\n", "", false},
-               {"GetStringA", 1, end + LIBRARY, "GetStringA\n", false},
-               {"GetStringW", 1, end + LIBRARY, "GetStringW\n", false},
-               {"MgrUninit", 1, end + LIBRARY, "MgrUninit\n", true}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.holds);
-    Host().manager = c.starts;
-    if (c.omitted != nullptr) machine::InstallResourceManager(c.omitted);
-    const bool starts = c.holds == "MgrUninit\n";
+  const std::string start = "Dbg (InitResMgr): Start to init ResMgr!\n", end = "Dbg (InitResMgr): End initResMgr!\n";
+  // The function that the library lacks (null: there is no library), what MgrInit answers; how the report begins, and
+  // what the loader says in it.
+  const std::tuple<const char*, int, std::string, std::string> cases[] = {
+      {nullptr, 1, LIBRARY, "No such file"},
+      {"MgrInit", 1, LIBRARY, "MgrInit\n"},
+      {"", 0, start + "Err (InitResMgr): Failed to initialize ResMgr!\n", ""},
+      {"GetStringA", 1, start + end + LIBRARY, "GetStringA\n"},
+      {"GetStringW", 1, start + end + LIBRARY, "GetStringW\n"},
+      {"MgrUninit", 1, start + end + LIBRARY, "MgrUninit\n"}};
+  for (const auto& [omitted, manager, begin, error] : cases) {
+    SCOPED_TRACE(error);
+    Host().manager = manager;
+    if (omitted != nullptr) machine::InstallResourceManager(omitted);
+    const bool starts = error == "MgrUninit\n";
     testing::internal::CaptureStderr();
     EXPECT_EQ(InitResMgr(), starts ? 1 : 0);
     if (starts) UninitResMgr();
     const std::string report = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(report.substr(0, c.begins.size()), c.begins);
-    EXPECT_NE(report.find(c.holds), std::string::npos) << report;
-    EXPECT_EQ(report.back(), '\n');
-    EXPECT_EQ(Host().managerIsUp, c.staysUp);
-    if (starts) {  // and stays
-      EXPECT_TRUE(g_lpfnGetString != nullptr && g_lpfnGetStringW != nullptr);
-      EXPECT_EQ(dlclose(g_hRscDll), 0);
-      g_hRscDll = nullptr;
-      g_lpfnGetString = nullptr;
-      g_lpfnGetStringW = nullptr;
-    }
-    EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
+    EXPECT_TRUE(report.starts_with(begin) && report.ends_with('\n')) << report;
+    EXPECT_NE(report.find(error), std::string::npos) << report;
+    EXPECT_EQ(Host().managerIsUp, starts) << "one that cannot be stopped stays";
+    EXPECT_TRUE(starts == (g_lpfnGetString != nullptr) && starts == (g_lpfnGetStringW != nullptr));
+    if (starts) dlclose(std::exchange(g_hRscDll, nullptr));
+    EXPECT_EQ(g_hRscDll, nullptr);
     EXPECT_EQ(dlopen(LIBRARY.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in the process";
   }
+  g_lpfnGetString = nullptr;
+  g_lpfnGetStringW = nullptr;
+}
+
+TEST_F(UnitTest, StringsFromWideAndMultibyteText) {
+  EXPECT_EQ(SysAllocString(static_cast<const wchar_t*>(nullptr)), nullptr);
+  EXPECT_EQ(SysAllocString(static_cast<const char*>(nullptr)), nullptr);
+  for (const wchar_t* text : {L"", L"sensor \x20AC"}) {
+    EXPECT_STREQ(std::unique_ptr<wchar_t[]>(SysAllocString(text)).get(), text);
+  }
+  std::setlocale(LC_ALL, "C.UTF-8");
+  const std::string letters = "abcdefghijklmnopqrstuvwxyz";
+  for (const size_t length : {0U, 1U, 7U, 8U, 9U, 15U, 16U, 17U, 25U}) {
+    const std::string text = letters.substr(0, length);
+    const std::wstring wide(text.begin(), text.end());
+    const std::pair<std::string, std::wstring> cases[] = {
+        {text, wide}, {"\xE2\x82\xAC" + text, L'\x20AC' + wide}, {text + "\xC3\xA9", wide + L'\xE9'}};
+    for (const auto& [multibyte, result] : cases) {  // a zero follows the terminator
+      const size_t size = result.size() + 2;
+      delete[] std::wmemset(new wchar_t[size], L'?', size);  // what the string is made of is not zero by chance
+      const std::unique_ptr<wchar_t[]> string(SysAllocString(multibyte.c_str()));
+      EXPECT_EQ(std::wstring(string.get(), size), result + L"\0\0"s) << multibyte;
+    }
+  }
+  EXPECT_STREQ(std::unique_ptr<wchar_t[]>(SysAllocString("good\xFF")).get(), L"");
+  const std::string large =
+      std::string(9000, 'x') + "\xC3\xA9";  // too large for a thread's cache, which counts as used
+  const size_t before = mallinfo2().uordblks;
+  EXPECT_EQ(std::unique_ptr<wchar_t[]>(SysAllocString(large.c_str()))[9000], L'\xE9');
+  EXPECT_EQ(mallinfo2().uordblks, before) << "a string that is not ASCII leaks";
+  std::setlocale(LC_ALL, "C");
+}
+
+TEST_F(UnitTest, VariantsOwnTheirStrings) {
+  tagVARIANT source, target;
+  for (const wchar_t* text : {L"text", static_cast<const wchar_t*>(nullptr)}) {
+    std::memset(&source, 0x5A, sizeof(source));
+    source.vt = VT_BSTR;
+    const BSTR string = source.value.bstrVal = SysAllocString(text);
+    EXPECT_EQ(VariantCopy(&target, &source), 0);
+    EXPECT_TRUE(text == nullptr || target.value.bstrVal != string);
+    EXPECT_EQ(VariantClear(&source), 0);
+    EXPECT_TRUE(source.vt == VT_EMPTY && source.value.bstrVal == nullptr);
+    EXPECT_EQ(target.vt, VT_BSTR);
+    EXPECT_STREQ(target.value.bstrVal, text);
+    EXPECT_EQ(VariantClear(&target), 0);
+  }
+  std::memset(&source, 0x5A, sizeof(source));
+  source.vt = VT_I4;
+  EXPECT_EQ(VariantCopy(&target, &source), 0);
+  EXPECT_EQ(std::memcmp(&target, &source, sizeof(target)), 0) << "all of it is taken over";
+  EXPECT_EQ(VariantClear(&target), 0);
+  EXPECT_TRUE(target.vt == VT_EMPTY && target.value.ullVal == source.value.ullVal) << "a number stays where it was";
+}
+
+TEST_F(UnitTest, MultibyteTextFromWide) {
+  const std::tuple<const wchar_t*, uint32_t, std::string> cases[] = {// The bytes after what was written stay.
+                                                                     {L"abc", 8, "abc\0####"s},
+                                                                     {L"abc", 3, "abc#####"},
+                                                                     {L"", 8, "\0#######"s},
+                                                                     {nullptr, 0, "null\0###"s},
+                                                                     {L"\x20AC", 8, "null\0###"s}};
+  for (const auto& [source, limit, result] : cases) {
+    std::string destination(8, '#');
+    EXPECT_EQ(sprintwcs(destination.data(), source, limit), destination.data());
+    EXPECT_EQ(destination, result);
+  }
+}
+
+TEST_F(UnitTest, TimeAndSleep) {
+  struct sysinfo before {
+  }, after{};
+  sysinfo(&before);
+  const auto ticks = static_cast<long>(GetTickCount());
+  sysinfo(&after);
+  EXPECT_TRUE(ticks == before.uptime * 1000 || ticks == after.uptime * 1000);
+
+  std::signal(SIGALRM, [](int) {});
+  const itimerval often{{0, 20000}, {0, 20000}}, never{};
+  setitimer(ITIMER_REAL, &often, nullptr);
+  const auto start = std::chrono::steady_clock::now();
+  ::Sleep(1100);
+  const auto slept = std::chrono::steady_clock::now() - start;
+  setitimer(ITIMER_REAL, &never, nullptr);
+  std::signal(SIGALRM, SIG_DFL);
+  EXPECT_GE(slept, std::chrono::milliseconds(1100)) << "a signal shortens the sleep";
+  EXPECT_LT(slept, std::chrono::milliseconds(2000));
 }
 
 }  // namespace

@@ -1,8 +1,12 @@
 #include "tests/support/module.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <codecvt>
 #include <cstdlib>
+#include <cstring>
 #include <cwchar>
 #include <locale>
 #include <string_view>
@@ -31,6 +35,17 @@ Row MakeRow(const tagCONFIGITEM& item) {
   return row;
 }
 
+/// Where readable memory ends.
+char* EndOfMemory() {
+  static char* const end = [] {
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    void* two = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    EXPECT_EQ(mprotect(static_cast<char*>(two) + page, page, PROT_NONE), 0);
+    return static_cast<char*>(two) + page;
+  }();
+  return end;
+}
+
 }  // namespace
 
 HostModule::HostModule() : Module(std::getenv("KESTRUNE_MODULE")) {}
@@ -40,19 +55,17 @@ HostModule::~HostModule() { EXPECT_TRUE(Unload()) << "the module is still in the
 Reply Send(const HostModule& module, const ItemRequest& request) {
   const bool ranged = std::string_view(request.name) == SP_CONFIGITEMEX;
   tagITEMRANGE range{request.begin, request.end, 0x5EED, request.count};
-  // The identifier of the group form is four bytes shorter.
-  const auto* bytes = reinterpret_cast<const char*>(&request.identifier);
-  std::vector<char> identifier(bytes, bytes + (request.identifier.dwIDVType == IDV_CONFIGGROUP ? 12 : 16));
-  const std::vector<char> identifierBefore = identifier;
+  // The identifier of the group form is four bytes shorter; what lies after it is not the module's to read.
+  const size_t size = request.identifier.dwIDVType == IDV_CONFIGGROUP ? 12 : 16;
+  void* identifier = std::memcpy(EndOfMemory() - size, &request.identifier, size);
   standin::MarkedItems items(std::max(request.count, 1U));
 
   TakeLines();
-  const int32_t result =
-      module.SPConfig(SP_OP_GET, request.name, identifier.data(), ranged ? &range.dwBegin : &range.dwCount,
-                      request.array ? items.data() : nullptr);
+  const int32_t result = module.SPConfig(SP_OP_GET, request.name, identifier, ranged ? &range.dwBegin : &range.dwCount,
+                                         request.array ? items.data() : nullptr);
   Reply reply{result, range.dwCount, range.dwBegin, range.dwEnd, {}, TakeLines()};
   EXPECT_EQ(range.dwReserved, 0x5EEDU);
-  EXPECT_EQ(identifier, identifierBefore);
+  EXPECT_EQ(std::memcmp(identifier, &request.identifier, size), 0);
   EXPECT_TRUE(!request.array || reply.count <= request.count);
   const size_t filled = result == 1 && request.array ? std::min(reply.count, request.count) : 0;
   EXPECT_EQ(items.CountFilled(), filled);

@@ -16,9 +16,8 @@
 #include "tests/support/host.h"
 #include "tests/support/machine.h"
 
-/// Item identifiers of the two forms.
-inline tagIDV Group(uint32_t id, uint32_t index = 0) { return standin::Group(id, index); }
-inline tagIDV Type(uint32_t id, uint32_t index = 0) { return standin::Type(id, index); }
+using standin::Group;
+using standin::Type;
 
 /// The module, loaded afresh from the file that KESTRUNE_MODULE names. The end of the object stops it, unloads it and
 /// checks that it has left the process.
