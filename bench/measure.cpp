@@ -11,7 +11,7 @@
 namespace {
 
 bool counting = false;
-bench::MemoryUse memory_use;
+bench::MemoryUse memoryUse;
 
 }  // namespace
 
@@ -21,14 +21,14 @@ bench::MemoryUse memory_use;
   void* memory = malloc(size);
   if (memory == nullptr) throw std::bad_alloc();
   if (counting) {
-    memory_use.held += static_cast<int64_t>(malloc_usable_size(memory));
-    memory_use.peak = std::max(memory_use.peak, memory_use.held);
+    memoryUse.held += static_cast<int64_t>(malloc_usable_size(memory));
+    memoryUse.peak = std::max(memoryUse.peak, memoryUse.held);
   }
   return memory;
 }
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
-  if (counting) memory_use.held -= static_cast<int64_t>(malloc_usable_size(memory));
+  if (counting) memoryUse.held -= static_cast<int64_t>(malloc_usable_size(memory));
   free(memory);
 }
 
@@ -95,11 +95,11 @@ double Pair::MedianRatio() {
 }
 
 MemoryUse CountMemory(const std::function<void()>& run) {
-  memory_use = {};
+  memoryUse = {};
   counting = true;
   run();
   counting = false;
-  return memory_use;
+  return memoryUse;
 }
 
 }  // namespace bench

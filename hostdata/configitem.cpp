@@ -14,12 +14,12 @@ enum class FetchResult { FILLED, EMPTY, TOO_SMALL, FAILED };
 FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
   FilterOutput output;
   log.pfnFilter(log, output, begin, end);
-  if (output.ullCount == 0) return FetchResult::EMPTY;
-  if (capacity < output.ullCount) return FetchResult::TOO_SMALL;
-  ReplyItems reply(output.ullCount);
+  if (output.count == 0) return FetchResult::EMPTY;
+  if (capacity < output.count) return FetchResult::TOO_SMALL;
+  ReplyItems reply(output.count);
   const uint32_t firstIndex = begin == nullptr ? 1 : static_cast<uint32_t>(*begin);
   if (log.pfnFill(log, output, reply.Data(), firstIndex) == 0) return FetchResult::FAILED;
-  capacity = reply.HandOver(items);
+  capacity = reply.MoveTo(items);
   return FetchResult::FILLED;
 }
 

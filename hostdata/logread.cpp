@@ -12,7 +12,7 @@
 #include "textlog/logmerger.h"
 
 FilterOutput::~FilterOutput() {
-  if (szResultFile[0] != '\0') unlink(szResultFile.data());
+  if (resultFile[0] != '\0') unlink(resultFile.data());
 }
 
 uint64_t CountLog(const LogSource& log, int sortFirst, uint64_t* begin, uint64_t* end) {
@@ -47,22 +47,22 @@ uint64_t CountSEL(const char* path, int /*sortFirst*/, uint64_t* begin, uint64_t
 }
 
 void FilterTextLog(const LogSource& log, FilterOutput& output, uint64_t* begin, uint64_t* end) {
-  const uint64_t count = LogFilter(log.pszPath, nullptr, output.szResultFile.data(), log.nSortFirst, begin, end);
-  output.ullCount = output.szResultFile[0] == '\0' ? 0 : count;
+  const uint64_t count = LogFilter(log.pszPath, nullptr, output.resultFile.data(), log.nSortFirst, begin, end);
+  output.count = output.resultFile[0] == '\0' ? 0 : count;
 }
 
 void FilterSEL(const LogSource& log, FilterOutput& output, uint64_t* begin, uint64_t* end) {
   char* text = nullptr;
   const uint64_t count = SELLogFilter(log.pszPath, &text, begin, end);
-  output.pszText.reset(text);
-  output.ullCount = text == nullptr ? 0 : count;
+  output.text.reset(text);
+  output.count = text == nullptr ? 0 : count;
 }
 
 int FillTextLog(const LogSource& log, FilterOutput& output, tagCONFIGITEM* items, uint32_t firstIndex) {
-  const char* file = output.szResultFile.data();
-  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.ullCount), file);
+  const char* file = output.resultFile.data();
+  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.count), file);
 }
 
 int FillSEL(const LogSource& log, FilterOutput& output, tagCONFIGITEM* items, uint32_t firstIndex) {
-  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.ullCount), output.pszText.get());
+  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.count), output.text.get());
 }

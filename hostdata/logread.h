@@ -18,9 +18,9 @@ struct FilterOutput {
   FilterOutput(const FilterOutput&) = delete;
   FilterOutput& operator=(const FilterOutput&) = delete;
 
-  uint64_t ullCount = 0;  ///< number of lines; 0 when nothing was delivered
-  std::array<char, SHELL_LINE_SIZE> szResultFile{};
-  std::unique_ptr<char[]> pszText;
+  uint64_t count = 0;  ///< number of lines; 0 when nothing was delivered
+  std::array<char, SHELL_LINE_SIZE> resultFile{};
+  std::unique_ptr<char[]> text;
 };
 
 /// The number of records of a log, or of those in a range; 0 for a missing one or one that is not ready. `begin` and

@@ -52,7 +52,7 @@ int GetProperty(uint32_t group, uint32_t* count, tagCONFIGITEM* items) {
   }
   ReplyItems reply(logs.size());
   for (size_t i = 0; i < logs.size(); ++i) FillProperty(logs[i], reply.Data()[i]);
-  *count = reply.HandOver(items);
+  *count = reply.MoveTo(items);
   return 1;
 }
 

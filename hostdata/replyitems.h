@@ -24,7 +24,7 @@ class ReplyItems {
   tagCONFIGITEM* Data() { return items_.data(); }
 
   /// Gives the filled items to the host's array, which has room for them all, and tells how many there are.
-  uint32_t HandOver(tagCONFIGITEM* items) {
+  uint32_t MoveTo(tagCONFIGITEM* items) {
     const auto unfilled = std::ranges::find(items_, nullptr, &tagCONFIGITEM::pEntries);
     const auto count = static_cast<uint32_t>(unfilled - items_.begin());
     std::copy(items_.begin(), unfilled, items);

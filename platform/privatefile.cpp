@@ -20,6 +20,9 @@ constexpr size_t PATH_SIZE = 512;
 
 constexpr char OPEN_FOLDER[] = "its folder is writable for all and not sticky";
 
+/// Stands between a name and a number in the name of a file that is not in its place.
+constexpr std::string_view ASIDE = ".aside.";
+
 /// How often a file is put into its place, which somebody may change meanwhile from a file into a folder or back.
 constexpr int PLACE_ATTEMPTS = 10;
 
@@ -48,7 +51,8 @@ std::array<char, PATH_SIZE> NameAside(const char* path) {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
   std::array<char, PATH_SIZE> aside{};
-  snprintf(aside.data(), aside.size(), "%s.aside.%lld%09ld", path, static_cast<long long>(now.tv_sec), now.tv_nsec);
+  snprintf(aside.data(), aside.size(), "%s%s%lld%09ld", path, ASIDE.data(), static_cast<long long>(now.tv_sec),
+           now.tv_nsec);
   return aside;
 }
 
@@ -81,10 +85,12 @@ bool IsPrivate(const struct stat& status) {
   return S_ISREG(status.st_mode) && status.st_uid == geteuid() && (status.st_mode & ALLPERMS) == PRIVATE_MODE;
 }
 
-/// Whether `name` is `prefix`, a point and digits; the suffix of a temporary file is a digit too.
+/// Whether `name` is `prefix`, a point and digits (the suffix of a temporary file is a digit too), or the name that
+/// such a file has before it is put into its place.
 bool IsTemporaryName(std::string_view name, std::string_view prefix) {
   if (!name.starts_with(prefix)) return false;
   name.remove_prefix(prefix.size());
+  name = name.substr(0, name.find(ASIDE));
   return name.size() > 1 && name[0] == '.' && name.find_first_not_of("0123456789", 1) == std::string_view::npos;
 }
 

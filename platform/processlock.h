@@ -4,9 +4,9 @@
 #define KESTRUNE_PLATFORM_PROCESSLOCK_H_
 
 /// Holds the lock while it lives. The file is /run/kestrune.lock, or /run/user/UID/kestrune.lock for a plain user; it
-/// is opened for this one object and stays when it is closed. Nothing in the process may open it besides, and there may
-/// be one object at a time: the locks of fcntl belong to the process. They are taken because a forked child does not
-/// keep them.
+/// is opened for this one object and stays when it is closed. Nothing else in the process may open that file, and there
+/// may be one object at a time, since locks of fcntl belong to the process. They serve here because a forked child does
+/// not keep them.
 class ProcessLock {
  public:
   /// Waits for ten seconds at most; then the work goes on without the lock, after a warning. Where there is no place

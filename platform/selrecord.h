@@ -29,11 +29,8 @@
 
 using SELRecord = std::array<uint8_t, 16>;
 
-/// Offsets of a record's fields.
-inline constexpr size_t RECORD_ID = 0;
-inline constexpr size_t RECORD_TYPE = 2;
+/// Offsets of the fields that are looked at.
 inline constexpr size_t RECORD_TIME = 3;
-inline constexpr size_t RECORD_GENERATOR = 7;
 inline constexpr size_t RECORD_FORMAT = 9;
 inline constexpr size_t RECORD_SENSOR_TYPE = 10;
 inline constexpr size_t RECORD_SENSOR_NUMBER = 11;

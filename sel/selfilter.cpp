@@ -81,7 +81,7 @@ class SELText {
   }
 
   uint64_t Lines() const { return lines_; }
-  char* HandOver() { return text_.release(); }
+  char* Release() { return text_.release(); }
 
  private:
   std::unique_ptr<char[]> text_;
@@ -154,7 +154,7 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
     const uint64_t count = selection.Count();
     if (out == nullptr || count == 0) return count;
     SELText text = ReadSELData(selection, copy, inFile);
-    *out = text.HandOver();
+    *out = text.Release();
     return text.Lines();
   } catch (...) {
     return 0;

@@ -13,8 +13,8 @@
 namespace standin {
 namespace {
 
-HostProcess default_host;
-std::recursive_mutex nubo_mutex;  // a thread that forgets to let go is not stopped by itself
+HostProcess defaultHost;
+std::recursive_mutex nuboMutex;  // a thread that forgets to let go is not stopped by itself
 
 void Called(const char* function) {
   if (host->onNubo) host->onNubo(function);
@@ -53,7 +53,7 @@ bool CopyText(std::string_view text, char* buffer, uint32_t* size) {
 
 }  // namespace
 
-HostProcess* host = &default_host;
+HostProcess* host = &defaultHost;
 
 extern "C" {  // which leaves the namespace out of the names
 
@@ -106,13 +106,13 @@ KESTRUNE_EXPORT int gmGetIPMIEntry(tagSEL_DATA* entry) {
 /// Waits without end, whatever the time given: whoever holds the lock here soon lets it go.
 KESTRUNE_EXPORT int gmEnterMutex(uint32_t) {
   Called("gmEnterMutex");
-  nubo_mutex.lock();
+  nuboMutex.lock();
   return 1;
 }
 
 KESTRUNE_EXPORT int gmExitMutex(void) {
   Called("gmExitMutex");
-  nubo_mutex.unlock();
+  nuboMutex.unlock();
   return 1;
 }
 

@@ -13,7 +13,7 @@
 
 namespace standin {
 
-inline NoController no_controller;
+inline NoController noController;
 
 /// What the functions answer. A hook runs inside its function, on the module's thread; one that is not set costs
 /// nothing.
@@ -29,7 +29,7 @@ struct HostProcess {
   int manager = 1;       ///< MgrInit
   bool managerIsUp = false;
 
-  Controller* controller = &no_controller;  ///< not owned
+  Controller* controller = &noController;  ///< not owned
 
   /// Takes a message of Output.
   std::function<void(int level, const std::string& text)> onOutput;

@@ -11,8 +11,8 @@
 namespace standin {
 namespace {
 
-std::mutex last_error_mutex;
-std::string last_error;
+std::mutex lastErrorMutex;
+std::string lastError;
 
 std::string LevelName(int level) {
   if (level == OUTPUT_ERROR) return "error";
@@ -31,14 +31,14 @@ void TakeMessages(bool verbose) {
   host->onOutput = [verbose](int level, std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     if (verbose) std::fprintf(stderr, "[%s] %s\n", LevelName(level).c_str(), text.c_str());
-    const std::lock_guard lock(last_error_mutex);
-    if (level == OUTPUT_ERROR) last_error = text;
+    const std::lock_guard lock(lastErrorMutex);
+    if (level == OUTPUT_ERROR) lastError = text;
   };
 }
 
 std::string LastError() {
-  const std::lock_guard lock(last_error_mutex);
-  return last_error;
+  const std::lock_guard lock(lastErrorMutex);
+  return lastError;
 }
 
 StreamGuard::StreamGuard(bool verbose) {

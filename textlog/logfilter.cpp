@@ -46,13 +46,32 @@ bool ReportCut(bool isWhole, const char* path) {
   return isWhole;
 }
 
+/// Number of lines of a file; 0 when they cannot be counted.
+uint64_t CountFileLines(const char* path) { return ReadNumber(COUNT_LINES, path); }
+
+/// Brings a range of lines (counted from 1, inclusive; 0 for the first and the last line) within `total` lines and
+/// stores how many it holds, 0 for none. Returns 1 when it begins after its end, else 0.
+int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count) {
+  *count = 0;
+  if (total == 0 || *begin > total) return 0;
+  if (*begin == 0) *begin = 1;
+  if (*end == 0 || *end > total) *end = total;
+  if (*begin > *end) {
+    Error("Err (%s:CompareRange): begin line larger than end line!\n");
+    return 1;
+  }
+  *count = *end - *begin + 1;
+  return 0;
+}
+
 /// The work files of one call: each step of the filter writes the output from the input, whose place it then takes.
 class WorkFiles {
  public:
   explicit WorkFiles(long number) : input_(WORK_FILE_PREFIX, number), output_(WORK_FILE_PREFIX, number, "1") {}
 
-  /// The input; the output's path is this one and "1".
+  /// The input's path; the output's is this one and "1".
   const char* Path() const { return input_.Path(); }
+  const char* OutputPath() const { return output_.Path(); }
 
   /// Makes the input a copy of the cache.
   void CopyCache() {
@@ -105,6 +124,7 @@ bool FillCache(const char* logFile) {
   const CopiedLog copied(logFile);
   const uint64_t lines = CountFileLines(logFile);
   if (ReportReplaced(logFile) || !filterCache.Make()) return false;
+  const bool isFinished = EndsWithNewline(logFile);
   bool isWhole = false;
   if (lines <= uint64_t{LOG_MAX_LINES}) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
@@ -112,8 +132,8 @@ bool FillCache(const char* logFile) {
   } else {
     RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
-    // The newest line may be one that is not finished yet.
-    isWhole = HasLines(CACHE_FILE, EndsWithNewline(logFile) ? LOG_MAX_LINES : LOG_MAX_LINES - 1);
+    // The newest line may be one that the log had not finished before.
+    isWhole = HasLines(CACHE_FILE, isFinished ? LOG_MAX_LINES : LOG_MAX_LINES - 1);
   }
   return !ReportReplaced(logFile) && !ReportReplaced(filterCache) && ReportCut(isWhole, CACHE_FILE);
 }
@@ -161,7 +181,7 @@ void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
   } else {
     RunCommand("grep %s %s > %s1 %s", keyword, input, input, QUIET);
   }
-  const bool isWhole = ReportCut(keyword != nullptr || files.IsOutputWhole(), input);
+  const bool isWhole = ReportCut(keyword != nullptr || files.IsOutputWhole(), files.OutputPath());
   RunCommand("mv -f %s1 %s %s", input, input, QUIET);
   if (!files.IsMoved() || !isWhole) files.MakeInput();
 }
@@ -225,21 +245,6 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
 }
 
 }  // namespace
-
-uint64_t CountFileLines(const char* path) { return ReadNumber(COUNT_LINES, path); }
-
-int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count) {
-  *count = 0;
-  if (total == 0 || *begin > total) return 0;
-  if (*begin == 0) *begin = 1;
-  if (*end == 0 || *end > total) *end = total;
-  if (*begin > *end) {
-    Error("Err (%s:CompareRange): begin line larger than end line!\n");
-    return 1;
-  }
-  *count = *end - *begin + 1;
-  return 0;
-}
 
 uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, int sortFirst, uint64_t* begin,
                    uint64_t* end) {

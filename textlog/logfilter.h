@@ -18,13 +18,6 @@ inline constexpr int LOG_MAX_LINES = 30000;
 /// Bytes that `resultFile` of LogFilter must have: "/tmp/__log__tmp", a point, ten digits and a NUL.
 inline constexpr size_t RESULT_FILE_SIZE = 27;
 
-/// Number of lines of a file; 0 when they cannot be counted.
-uint64_t CountFileLines(const char* path);
-
-/// Brings a range of lines (counted from 1, inclusive; 0 for the first and the last line) within `total` lines and
-/// stores how many it holds, 0 for none. Returns 1 when it begins after its end, else 0.
-int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count);
-
 /// Filters `logFile`: to the lines that match `keyword` (a grep pattern pasted into the command line as it is, or
 /// null), and to the range of `begin` and `end` if both are given.
 ///

@@ -19,7 +19,7 @@ struct ZARPIDMAPPING {
 inline constexpr uint32_t NO_ZARP_SENSOR = 0xFFFFFFFF;
 
 /// The host's table row by row, and an index of it: the host sensor ID in the first row of each sensor number. The
-/// index is there for speed alone: each line of a SEL looks up its sensor twice or more. Makes its text in 0.79 of the
+/// index is there for speed alone, as every line of a SEL looks up its sensor: the text of a SEL is made in 0.79 of the
 /// time.
 class SensorIDTable {
  public:
