@@ -1,4 +1,4 @@
-/// sensors.cpp: reads the description of the sensors and converts readings by it.
+/// sensors.cpp: reads and writes the description of the sensors, and converts readings by it.
 #include "standin/sensors.h"
 
 #include <algorithm>
@@ -76,18 +76,31 @@ struct Place {
     if (value != nullptr && !value->is_boolean()) Refuse("/" + name, "neither true nor false");
     return value != nullptr && value->get<bool>();
   }
+
+  Linearisation Function(const std::string& name) const {
+    const std::string text = Text(name, false);
+    if (text.empty()) return Linearisation::kLinear;
+    const auto found = std::find(kLinearisations.begin(), kLinearisations.end(), text);
+    if (found != kLinearisations.end()) return static_cast<Linearisation>(found - kLinearisations.begin());
+    std::string allowed;
+    for (const std::string_view function : kLinearisations)
+      allowed.append(allowed.empty() ? " " : ", ").append(function);
+    Refuse("/" + name, "none of" + allowed);
+  }
 };
 
 Sensor ReadSensor(const Place& place) {
-  constexpr std::array kMembers{"number", "hostId", "name", "unit", "M", "B", "bExp", "rExp", "signed"};
+  constexpr std::array kMembers{"number", "hostId", "name",           "unit",         "M", "B", "bExp",
+                                "rExp",   "signed", "onesComplement", "linearisation"};
   if (!place.object.is_object()) place.Refuse("", "no object");
   for (const auto& member : place.object.items()) {
     if (std::find(kMembers.begin(), kMembers.end(), member.key()) == kMembers.end()) {
-      place.Refuse("/" + member.key(), "unknown; allowed are number hostId name unit M B bExp rExp signed");
+      place.Refuse("/" + member.key(),
+                   "unknown; allowed are number hostId name unit M B bExp rExp signed onesComplement linearisation");
     }
   }
   Sensor sensor;
-  sensor.number = static_cast<uint8_t>(place.Number("number", 1, 255, {}));
+  sensor.number = static_cast<uint8_t>(place.Number("number", 0, 255, {}));
   sensor.host_id = static_cast<uint32_t>(place.Number("hostId", 0, UINT32_MAX, {}));
   sensor.name = place.Text("name", true);
   sensor.unit = place.Text("unit", false);
@@ -96,6 +109,8 @@ Sensor ReadSensor(const Place& place) {
   sensor.b_exp = static_cast<int>(place.Number("bExp", -8, 7, sensor.b_exp));
   sensor.r_exp = static_cast<int>(place.Number("rExp", -8, 7, sensor.r_exp));
   sensor.is_signed = place.Flag("signed");
+  sensor.ones_complement = place.Flag("onesComplement");
+  sensor.linearisation = place.Function("linearisation");
   return sensor;
 }
 
@@ -138,6 +153,29 @@ Sensors ReadSensors(const std::string& path) {
   return sensors;
 }
 
+std::string DescribeSensors(const Sensors& sensors) {
+  const Sensor standard;
+  std::string text = "{\n  \"sensors\": [";
+  for (const Sensor& sensor : sensors) {
+    nlohmann::ordered_json object{{"number", sensor.number}, {"hostId", sensor.host_id}, {"name", sensor.name}};
+    const auto add = [&object](const char* name, const auto& value, const auto& otherwise) {
+      if (value != otherwise) object[name] = value;
+    };
+    add("unit", sensor.unit, std::string());
+    add("M", sensor.m, standard.m);
+    add("B", sensor.b, standard.b);
+    add("bExp", sensor.b_exp, standard.b_exp);
+    add("rExp", sensor.r_exp, standard.r_exp);
+    add("signed", sensor.is_signed, standard.is_signed);
+    add("onesComplement", sensor.ones_complement, standard.ones_complement);
+    if (sensor.linearisation != standard.linearisation) {
+      object["linearisation"] = kLinearisations.at(static_cast<size_t>(sensor.linearisation));
+    }
+    text += (&sensor == &sensors.front() ? "\n    " : ",\n    ") + object.dump();
+  }
+  return text + "\n  ]\n}\n";
+}
+
 const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id) {
   const auto found =
       std::find_if(sensors.begin(), sensors.end(), [&](const Sensor& sensor) { return sensor.host_id == host_id; });
@@ -145,9 +183,17 @@ const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id) {
 }
 
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw) {
-  const int reading = sensor.is_signed ? static_cast<int8_t>(raw) : raw;
+  int reading = raw;
+  if (sensor.is_signed) {
+    reading = static_cast<int8_t>(raw);
+    if (sensor.ones_complement && reading < 0) ++reading;
+  }
   const double offset = sensor.b * std::pow(10.0, sensor.b_exp);
-  return std::llround((sensor.m * reading + offset) * std::pow(10.0, sensor.r_exp));
+  const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.r_exp);
+  const double value = Linearise(sensor.linearisation, linear);
+  if (!std::isfinite(value)) return 0;
+  constexpr double kHighest = 1LL << 62;
+  return std::llround(std::clamp(value, -kHighest, kHighest));
 }
 
 }  // namespace standin

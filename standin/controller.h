@@ -1,0 +1,39 @@
+/// controller.h: what stands behind NUBO, the host's hardware-access module: a management controller with its event log
+/// and the sensors that the log's records name. NUBO's functions in the process (host.cpp) know controllers by this alone.
+#ifndef KESTRUNE_STANDIN_CONTROLLER_H_
+#define KESTRUNE_STANDIN_CONTROLLER_H_
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/nubo.h"
+#include "standin/sensors.h"
+
+namespace standin {
+
+/// Modules call from any thread, but one call at a time.
+class Controller {
+ public:
+  Controller() = default;
+  Controller(const Controller&) = delete;
+  Controller& operator=(const Controller&) = delete;
+  virtual ~Controller() = default;
+
+  /// Whether there is a controller at all. Modules ask for nothing else where there is none.
+  virtual bool IsPresent() { return true; }
+
+  /// The number of entries in the log, or none when the controller does not answer.
+  virtual std::optional<uint32_t> CountEntries() = 0;
+
+  /// Reads the entry that `entry.wRecordID` names, 0 for the first: stores its ID, the ID of the entry that follows
+  /// (SEL_LAST_ENTRY when none does) and its record. Returns false, with `entry` as it was, when there is no such entry
+  /// or the controller does not answer.
+  virtual bool ReadEntry(tagSEL_DATA& entry) = 0;
+
+  /// The sensors, the same ones as long as the controller lives.
+  virtual const Sensors& GetSensors() const = 0;
+};
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_CONTROLLER_H_
