@@ -1,0 +1,97 @@
+#include "standin/ipmiconnection.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "standin/failure.h"
+#include "standin/ipmilogin.h"
+
+namespace standin {
+namespace {
+
+constexpr size_t kMaxUser = 16;
+constexpr size_t kMaxPassword = 20;
+
+Deadline Now() { return Deadline::clock::now(); }
+
+void CheckOptions(const IPMIOptions& options) {
+  const auto check = [](const std::string& text, size_t most, const char* what) {
+    if (text.size() <= most) return;
+    throw Failure(kWrongArguments, std::string("the ") + what + " is longer than the " + std::to_string(most) +
+                                       " bytes that IPMI allows");
+  };
+  check(options.user, kMaxUser, "user name");
+  check(options.password, kMaxPassword, "password");
+}
+
+void CheckDevice() {
+  const std::optional<std::string> device = FindIPMIDevice();
+  if (!device) {
+    throw Failure(kRequestFailed,
+                  "this machine shows no management controller: there is no /dev/ipmi0; where it has one, load the "
+                  "kernel modules with: modprobe -a ipmi_si ipmi_devintf");
+  }
+  if (access(device->c_str(), R_OK | W_OK) != 0) {
+    throw Failure(kRequestFailed, "no right to open " + *device + " (" + std::strerror(errno) + "); run this as root");
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> FindIPMIDevice() {
+  for (const char* device : {"/dev/ipmi0", "/dev/ipmi/0", "/dev/ipmidev/0"}) {
+    if (access(device, F_OK) == 0) return device;
+  }
+  return std::nullopt;
+}
+
+IPMIConnection::IPMIConnection(const IPMIOptions& options) : options_(options) {
+  const Deadline deadline = Now() + options_.timeout;
+  CheckOptions(options_);
+  if (options_.host) {
+    address_ = ResolveHost(*options_.host, deadline);
+  } else {
+    CheckDevice();
+  }
+  Open(deadline);
+}
+
+void IPMIConnection::Open(Deadline deadline) {
+  IPMIProtocol protocol = options_.host ? IPMIProtocol::kRMCPPlus : IPMIProtocol::kLocal;
+  session_ = std::make_unique<IPMISession>(protocol, address_, options_, deadline);
+  if (session_->error() && LacksRMCPPlus(*session_->error()) && options_.allow_1_5) {
+    protocol = IPMIProtocol::k1_5;
+    session_ = std::make_unique<IPMISession>(protocol, address_, options_, deadline);
+  }
+  if (!session_->error()) return;
+  const std::string text = LoginErrorText(protocol, *session_->error());
+  session_.reset();
+  const std::string where = options_.host
+                                ? "the controller at " + *options_.host + " port " + std::to_string(options_.port)
+                                : "this machine's controller (" + FindIPMIDevice().value_or("its device is gone") + ")";
+  throw Failure(kRequestFailed, "no session with " + where + ": " + text);
+}
+
+IPMIAnswer IPMIConnection::Request(const IPMICommand& command, const Bytes& data) {
+  const Deadline start = Now();
+  if (start < silent_until_) throw Failure(kRequestFailed, lost_);
+  if (session_) {
+    if (auto answer = session_->Request(command, data, start + options_.timeout / 2)) return *answer;
+    session_.reset();
+  }
+  try {
+    Open(start + options_.timeout);
+    if (auto answer = session_->Request(command, data, start + options_.timeout)) return *answer;
+    session_.reset();
+    throw Failure(kRequestFailed, std::string("the controller does not answer ") + command.name);
+  } catch (const Failure& failure) {
+    lost_ = std::string("the session was lost; ") + failure.what();
+    silent_until_ = Now() + options_.timeout;
+    throw Failure(failure.status(), lost_);
+  }
+}
+
+}  // namespace standin

@@ -1,0 +1,75 @@
+/// ipmitransport.h: the narrow way to a management controller on which all that is read from it is built: one command,
+/// one answer.
+#ifndef KESTRUNE_STANDIN_IPMITRANSPORT_H_
+#define KESTRUNE_STANDIN_IPMITRANSPORT_H_
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace standin {
+
+using Bytes = std::vector<uint8_t>;
+
+/// Told of long reads: how many records were read, of how many.
+using Progress = std::function<void(size_t read, size_t of)>;
+
+struct IPMICommand {
+  uint8_t function;  ///< network function
+  uint8_t command;
+  const char* name;
+};
+
+/// Completion codes that are no more than an answer to what was asked.
+enum : uint8_t {
+  kIPMIDone = 0x00,
+  kIPMINodeBusy = 0xC0,
+  kIPMIInvalidCommand = 0xC1,
+  kIPMITimeout = 0xC3,
+  kIPMIReservationLost = 0xC5,
+  kIPMIRequestLength = 0xC7,
+  kIPMIFieldLength = 0xC8,
+  kIPMIOutOfRange = 0xC9,
+  kIPMITooManyBytes = 0xCA,
+  kIPMINotPresent = 0xCB,
+  kIPMIRepositoryUpdate = 0xD0,
+  kIPMIInitialising = 0xD2,
+  kIPMIPrivilege = 0xD4,
+  kIPMIUnspecified = 0xFF
+};
+
+struct IPMIAnswer {
+  uint8_t completion = kIPMIDone;
+  Bytes data;  ///< what follows the completion code
+};
+
+class IPMITransport {
+ public:
+  IPMITransport() = default;
+  IPMITransport(const IPMITransport&) = delete;
+  IPMITransport& operator=(const IPMITransport&) = delete;
+  virtual ~IPMITransport() = default;
+
+  /// Sends one command to the controller and waits for the answer. Throws Failure when none comes.
+  virtual IPMIAnswer Request(const IPMICommand& command, const Bytes& data) = 0;
+};
+
+/// Like Request; a controller that is busy is asked again, for about a second.
+IPMIAnswer AskPatiently(IPMITransport& transport, const IPMICommand& command, const Bytes& data);
+
+/// The data of an answer that must be good and at least `size` bytes long. Throws Failure in words when it is not.
+Bytes RequireData(const IPMICommand& command, IPMIAnswer answer, size_t size);
+
+/// A completion code in words, with its number.
+std::string CompletionText(uint8_t completion);
+
+/// The number whose least significant byte is at `place`.
+inline uint16_t ReadWord(const Bytes& data, size_t place) {
+  return static_cast<uint16_t>(data.at(place) | data.at(place + 1) << 8);
+}
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_IPMITRANSPORT_H_
