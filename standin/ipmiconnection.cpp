@@ -1,5 +1,8 @@
 #include "standin/ipmiconnection.h"
 
+#include <fcntl.h>
+#include <linux/ipmi.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
@@ -34,9 +37,16 @@ void CheckDevice() {
                   "this machine shows no management controller: there is no /dev/ipmi0; where it has one, load the "
                   "kernel modules with: modprobe -a ipmi_si ipmi_devintf");
   }
-  if (access(device->c_str(), R_OK | W_OK) != 0) {
-    throw Failure(kRequestFailed, "no right to open " + *device + " (" + std::strerror(errno) + "); run this as root");
+  const int file = open(device->c_str(), O_RDWR | O_CLOEXEC);
+  if (file < 0 && (errno == EACCES || errno == EPERM)) {
+    throw Failure(kRequestFailed, "no right to open " + *device + "; run this as root");
   }
+  unsigned address = 0;
+  // The library ends the whole program when the file is not what it takes it for.
+  const bool good = file >= 0 && ioctl(file, IPMICTL_GET_MY_ADDRESS_CMD, &address) == 0;
+  const std::string why = good ? "" : std::strerror(errno);
+  if (file >= 0) close(file);
+  if (!good) throw Failure(kRequestFailed, *device + " does not work as the device of a management controller: " + why);
 }
 
 }  // namespace

@@ -34,6 +34,8 @@ class OpenIPMI {
   }
   ~OpenIPMI() {
     ipmi_shutdown();
+    timeval none{};
+    system_->perform_one_op(system_, &none);  // frees what the shutdown put off
     system_->free_os_handler(system_);
   }
   OpenIPMI(const OpenIPMI&) = delete;

@@ -119,7 +119,7 @@ void AppendUtf8(std::string& text, char32_t character) {
     return;
   }
   const int more = character < 0x800 ? 1 : character < 0x10000 ? 2 : 3;
-  text += static_cast<char>((0xF00U >> more & 0xFFU) | character >> (6 * more));
+  text += static_cast<char>((0xFF00U >> (more + 1) & 0xFFU) | character >> (6 * more));
   for (int i = more - 1; i >= 0; --i) text += static_cast<char>(0x80 | (character >> (6 * i) & 0x3F));
 }
 
