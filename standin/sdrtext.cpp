@@ -7,102 +7,22 @@
 namespace standin {
 namespace {
 
-constexpr std::array kUnits{"",
-                            "degrees C",
-                            "degrees F",
-                            "degrees K",
-                            "V",
-                            "A",
-                            "W",
-                            "J",
-                            "C",
-                            "VA",
-                            "nits",
-                            "lm",
-                            "lx",
-                            "cd",
-                            "kPa",
-                            "psi",
-                            "N",
-                            "CFM",
-                            "RPM",
-                            "Hz",
-                            "us",
-                            "ms",
-                            "s",
-                            "min",
-                            "h",
-                            "days",
-                            "weeks",
-                            "mil",
-                            "in",
-                            "ft",
-                            "cu in",
-                            "cu ft",
-                            "mm",
-                            "cm",
-                            "m",
-                            "cu cm",
-                            "cu m",
-                            "l",
-                            "fl oz",
-                            "rad",
-                            "sr",
-                            "revolutions",
-                            "cycles",
-                            "gravities",
-                            "oz",
-                            "lb",
-                            "ft-lb",
-                            "oz-in",
-                            "gauss",
-                            "gilberts",
-                            "H",
-                            "mH",
-                            "F",
-                            "uF",
-                            "ohms",
-                            "S",
-                            "mol",
-                            "Bq",
-                            "ppm",
-                            "",
-                            "dB",
-                            "dBA",
-                            "dBC",
-                            "Gy",
-                            "Sv",
-                            "degrees K (colour)",
-                            "bits",
-                            "kbit",
-                            "Mbit",
-                            "Gbit",
-                            "bytes",
-                            "kB",
-                            "MB",
-                            "GB",
-                            "words",
-                            "dwords",
-                            "qwords",
-                            "lines",
-                            "hits",
-                            "misses",
-                            "retries",
-                            "resets",
-                            "overruns",
-                            "underruns",
-                            "collisions",
-                            "packets",
-                            "messages",
-                            "characters",
-                            "errors",
-                            "correctable errors",
-                            "uncorrectable errors",
-                            "fatal errors",
-                            "g"};
-static_assert(kUnits.size() == 93);
+/// At their numbers, from 0 on.
+constexpr std::string_view kUnits =
+    "|degrees C|degrees F|degrees K|V|A|W|J|C|VA|nits|lm|lx|cd|kPa|psi|N|CFM|RPM|Hz|us|ms|s|min|h|days|weeks|mil|in|ft|"
+    "cu in|cu ft|mm|cm|m|cu cm|cu m|l|fl "
+    "oz|rad|sr|revolutions|cycles|gravities|oz|lb|ft-lb|oz-in|gauss|gilberts|H|mH|F|"
+    "uF|ohms|S|mol|Bq|ppm||dB|dBA|dBC|Gy|Sv|degrees K (colour)|bits|kbit|Mbit|Gbit|bytes|kB|MB|GB|words|dwords|qwords|"
+    "lines|hits|misses|retries|resets|overruns|underruns|collisions|packets|messages|characters|errors|"
+    "correctable errors|uncorrectable errors|fatal errors|g|";
+constexpr std::string_view kRates = "|/us|/ms|/s|/min|/h|/day||";
+static_assert(std::count(kUnits.begin(), kUnits.end(), '|') == 93);
 
-constexpr std::array kRates{"", "/us", "/ms", "/s", "/min", "/h", "/day", ""};
+/// Field `index` of a list whose fields end with "|". Empty where there are not as many.
+std::string_view Field(std::string_view list, size_t index) {
+  for (; index != 0 && !list.empty(); --index) list.remove_prefix(list.find('|') + 1);
+  return list.substr(0, list.find('|'));
+}
 
 bool IsShown(char32_t character) {
   const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
@@ -174,13 +94,12 @@ std::string DecodeIdString(const Bytes& record, size_t place) {
 }
 
 std::string UnitText(uint8_t form, uint8_t base, uint8_t modifier) {
-  const auto name = [](uint8_t unit) { return unit < kUnits.size() ? kUnits.at(unit) : "(maker's unit)"; };
   std::string text = (form & 0x01) != 0 ? "%" : "";
-  if (base != 0) text.append(text.empty() ? "" : " ").append(name(base));
+  if (base != 0) text.append(text.empty() ? "" : " ").append(Field(kUnits, base));
   const int relation = form >> 1 & 0x03;
-  if (relation == 1) text.append("/").append(name(modifier));
-  if (relation == 2) text.append(" x ").append(name(modifier));
-  return text + kRates.at(form >> 3 & 0x07);
+  if (relation == 1) text.append("/").append(Field(kUnits, modifier));
+  if (relation == 2) text.append(" x ").append(Field(kUnits, modifier));
+  return text.append(Field(kRates, form >> 3 & 0x07));
 }
 
 }  // namespace standin
