@@ -89,7 +89,7 @@ SDRContents DecodeSDR(const Bytes& record) {
 
   SDRContents contents;
   if (layout->has_factors && !AddFactors(record, sensor)) {
-    contents.note = title + " has readings by a function of its own, which are not converted";
+    contents.note = title + " has readings by a function that its record does not tell; they are shown raw";
   }
   const unsigned count = layout->sharing == 0 ? 1 : std::max(1, record[layout->sharing] & 0x0F);
   for (unsigned i = 0; i < count && record[7] + i <= UINT8_MAX; ++i) {

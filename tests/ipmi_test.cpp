@@ -22,12 +22,13 @@ namespace {
 using namespace standin;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
-using Names = std::vector<std::string>;
 
-Names NamesOf(const Sensors& sensors) {
-  Names names;
-  for (const Sensor& sensor : sensors) names.push_back(std::to_string(sensor.number) + " " + sensor.name);
-  return names;
+/// The sensors' numbers and names, and the notes.
+std::string Summary(const Sensors& sensors, const std::vector<std::string>& notes) {
+  std::string text;
+  for (const Sensor& sensor : sensors) text += std::to_string(sensor.number) + " " + sensor.name + ";";
+  for (const std::string& note : notes) text += note.empty() ? "" : " " + note + ";";
+  return text;
 }
 
 IPMIOptions OptionsFor(const IPMISimulator& simulator) {
@@ -40,14 +41,11 @@ IPMIOptions OptionsFor(const IPMISimulator& simulator) {
   return options;
 }
 
-/// The names of the sensors and the notes, or what fails.
+/// That of a controller, or why there is none.
 std::string Outcome(const std::function<std::unique_ptr<IPMITransport>()>& connect) {
   try {
     const IPMIController controller(connect());
-    std::string text;
-    for (const std::string& name : NamesOf(controller.GetSensors())) text += name + ";";
-    for (const std::string& note : controller.notes()) text += " " + note + ";";
-    return text;
+    return Summary(controller.GetSensors(), controller.notes());
   } catch (const Failure& failure) {
     return std::to_string(failure.status()) + ": " + failure.what();
   }
@@ -75,20 +73,17 @@ TEST(IPMISimulator, SensorsAndReadings) {
       {"Square root", {.unit = 6, .function = 10, .r_exp = 2}, 225, 150, "W"},
       {"Cube root", {.unit = 6, .function = 11}, 216, 6, "W"},
   };
-  std::string commands;
-  Names expected;
+  std::string commands, expected;
   for (const auto& r : readings) {
-    const std::string number = std::to_string(expected.size() + 1);
+    const std::string number = std::to_string(&r - readings + 1);
     commands += AddSDR(MakeFull(std::stoi(number), Latin(r.name), r.factors)) + "sensor_add 0x20 0 " + number +
                 " 1 1\nsensor_set_value 0x20 0 " + number + " " + std::to_string(r.raw) + " 0\n";
-    expected.push_back(number + " " + r.name);
+    expected += number + " " + r.name + ";";
   }
   commands += AddSDR(MakeCompact(100, Latin("Lid"))) + AddSDR(MakeEventOnly(101, Latin("Watchdog")));
-  expected.insert(expected.end(), {"100 Lid", "101 Watchdog"});
   const IPMISimulator simulator(commands);
   const IPMIController controller(std::make_unique<IPMIConnection>(OptionsFor(simulator)));
-  EXPECT_EQ(NamesOf(controller.GetSensors()), expected);
-  EXPECT_EQ(controller.notes(), Names());
+  EXPECT_EQ(Summary(controller.GetSensors(), controller.notes()), expected + "100 Lid;101 Watchdog;");
 
   std::istringstream others(simulator.Tool("-c sdr list full"));
   for (const auto& r : readings) {
@@ -234,7 +229,7 @@ class FakeController : public IPMITransport {
   explicit FakeController(const Fault& fault, size_t largest = 255) : fault_(fault), largest_(largest) {}
 
   IPMIAnswer Request(const IPMICommand& command, const Bytes& data) override {
-    asked.emplace_back(command.name);
+    asked.append(command.name).append(";");
     if (command.name == fault_.command && fault_.after-- <= 0 && fault_.times-- > 0) {
       if (fault_.change > 0) records_.push_back(MakeCompact(4, Latin("D")));
       if (fault_.change < 0) records_.pop_back();
@@ -259,7 +254,7 @@ class FakeController : public IPMITransport {
     return answer;
   }
 
-  Names asked;
+  std::string asked;
 
  private:
   IPMIAnswer GetSDR(size_t id, size_t offset, size_t size, bool reserved) const {
@@ -320,37 +315,31 @@ TEST(IPMIFaults, SensorRecords) {
   EXPECT_EQ(encode("FAN 1/2")[0] & 0xC0, 0x80);
   EXPECT_EQ(encode("12-3.4,5_")[0] & 0xC0, 0x40);
   const std::string unicode("\x04\xAC\x20\x2E\x20\x3D\xD8\x00\xDE", 9);
-  const std::string title = "sensor 09h 'x' ";
-  const std::tuple<Bytes, Names, std::string> cases[] = {
-      {MakeCompact(1, encode("FAN 1/2")), {"1 FAN 1/2"}, ""},
-      {MakeCompact(1, encode("12-3.4,5_")), {"1 12-3.4,5_"}, ""},
-      {MakeCompact(1, "\x84\x29\xDC\xA6"), {"1 IPMI"}, ""},
-      {MakeCompact(1, unicode), {"1 \u20AC\U0001F600"}, ""},
-      {MakeCompact(1, Latin("caf\xE9\x9B\x1B[2J \n ")), {"1 caf\u00E9[2J"}, ""},
-      {MakeCompact(1, Latin("NUL\0ends"s)), {"1 NUL"}, ""},
-      {MakeCompact(0x1C, Latin("")), {"28 sensor 1Ch"}, ""},
-      {MakeCompact(7, "\xDFlonger than it is"), {"7 longer than it is"}, ""},
-      {MakeCompact(5, Latin("Temp "), 3, 9), {"5 Temp 9", "6 Temp 10", "7 Temp 11"}, ""},
-      {MakeEventOnly(5, Latin("Fan"), 0x12, 25), {"5 Fan Z", "6 Fan AA"}, ""},
-      {MakeCompact(254, Latin("x"), 15), {"254 x 0", "255 x 1"}, ""},
-      {MakeFull(9, Latin("x"), {.form = 0xC0, .function = 0x70}), {"9 x"}, ""},  // without readings
+  const std::string title = " sensor 09h 'x' ", others = title + "is another controller's (owner ";
+  const std::pair<Bytes, std::string> cases[] = {
+      {MakeCompact(1, encode("FAN 1/2")), "1 FAN 1/2;"},
+      {MakeCompact(1, encode("12-3.4,5_")), "1 12-3.4,5_;"},
+      {MakeCompact(1, "\x84\x29\xDC\xA6"), "1 IPMI;"},
+      {MakeCompact(1, unicode), "1 \u20AC\U0001F600;"},
+      {MakeCompact(1, Latin("caf\xE9\x9B\x1B[2J \n ")), "1 caf\u00E9[2J;"},
+      {MakeCompact(1, Latin("NUL\0ends"s)), "1 NUL;"},
+      {MakeCompact(0x1C, Latin("")), "28 sensor 1Ch;"},
+      {MakeCompact(7, "\xDFlonger than it is"), "7 longer than it is;"},
+      {MakeCompact(5, Latin("Temp "), 3, 9), "5 Temp 9;6 Temp 10;7 Temp 11;"},
+      {MakeEventOnly(5, Latin("Fan"), 0x12, 25), "5 Fan Z;6 Fan AA;"},
+      {MakeCompact(254, Latin("x"), 15), "254 x 0;255 x 1;"},
+      {MakeFull(9, Latin("x"), {.form = 0xC0, .function = 0x70}), "9 x;"},  // without readings
       {MakeFull(9, Latin("x"), {.function = 0x70}),
-       {"9 x"},
-       title + "has readings by a function of its own, which are not converted"},
-      {MakeFull(9, Latin("x"), {}, 0x28),
-       {},
-       title + "is another controller's (owner 28h, logical unit 0) and left out"},
-      {MakeFull(9, Latin("x"), {}, 0x20, 1),
-       {},
-       title + "is another controller's (owner 20h, logical unit 1) and left out"},
-      {MakeSDR(1, 9, {}, ""), {}, "sensor record 00h is too short and left out"},
-      {MakeSDR(0x12, 9, Bytes(40), ""), {}, ""},
-      {{1, 2, 3}, {}, ""},
+       "9 x;" + title + "has readings by a function that its record does not tell; they are shown raw;"},
+      {MakeFull(9, Latin("x"), {}, 0x28), others + "28h, logical unit 0) and left out;"},
+      {MakeFull(9, Latin("x"), {}, 0x20, 1), others + "20h, logical unit 1) and left out;"},
+      {MakeSDR(1, 9, {}, ""), " sensor record 00h is too short and left out;"},
+      {MakeSDR(0x12, 9, Bytes(40), ""), ""},
+      {{1, 2, 3}, ""},
   };
-  for (const auto& [record, names, note] : cases) {
+  for (const auto& [record, summary] : cases) {
     const SDRContents contents = DecodeSDR(record);
-    EXPECT_EQ(NamesOf(contents.sensors), names);
-    EXPECT_EQ(contents.note, note);
+    EXPECT_EQ(Summary(contents.sensors, {contents.note}), summary);
   }
   EXPECT_EQ(UnitText(0x01, 0, 0), "%");
   EXPECT_EQ(UnitText(0x1A, 66, 1), "bits/degrees C/s");
@@ -390,7 +379,7 @@ TEST(IPMIFaults, EventLog) {
   };
   for (const auto& c : cases) {
     auto transport = std::make_unique<FakeController>(Fault{"Get SEL Entry", 0, kAlways, c.answer});
-    Names& asked = transport->asked;
+    std::string& asked = transport->asked;
     IPMIController controller(std::move(transport));
     asked.clear();
     tagSEL_DATA entry{static_cast<uint16_t>(c.id), 77, {1}};
@@ -398,7 +387,7 @@ TEST(IPMIFaults, EventLog) {
     EXPECT_EQ(entry.wNextRecordID != 77, c.good);
     EXPECT_EQ(controller.problem(), c.problem);
     EXPECT_EQ(controller.CountEntries(), 2U);
-    EXPECT_EQ(asked, (Names{"Get SEL Entry", "Get SEL Info"})) << "an unchanged log costs one command";
+    EXPECT_EQ(asked, "Get SEL Entry;Get SEL Info;") << "an unchanged log costs one command";
   }
   IPMIController controller(std::make_unique<FakeController>(Fault{"Get SEL Info", 1, kAlways, {0, 0x51}}));
   EXPECT_EQ(controller.CountEntries(), std::nullopt);
