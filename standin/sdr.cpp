@@ -91,7 +91,7 @@ SDRContents DecodeSDR(const Bytes& record) {
   if (layout->has_factors && !AddFactors(record, sensor)) {
     contents.note = title + " has readings by a function that its record does not tell; they are shown raw";
   }
-  const unsigned count = layout->sharing == 0 ? 1 : std::max(1, record[layout->sharing] & 0x0F);
+  const unsigned count = layout->sharing == 0 ? 1 : std::max(1U, record[layout->sharing] & 0x0FU);
   for (unsigned i = 0; i < count && record[7] + i <= UINT8_MAX; ++i) {
     Sensor each = sensor;
     each.number = static_cast<uint8_t>(record[7] + i);

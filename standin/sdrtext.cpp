@@ -69,7 +69,7 @@ std::string FromSixBit(const uint8_t* bytes, size_t length, size_t limit) {
   std::string text;
   for (size_t i = 0; i < length && (6 * i + 5) / 8 < limit; ++i) {
     const size_t byte = 6 * i / 8;
-    const unsigned two = bytes[byte] | (byte + 1 < limit ? bytes[byte + 1] << 8 : 0);
+    const unsigned two = bytes[byte] | (byte + 1 < limit ? bytes[byte + 1] * 256U : 0U);
     text += static_cast<char>(0x20 + (two >> (6 * i % 8) & 0x3F));
   }
   return text;

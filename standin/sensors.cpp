@@ -80,7 +80,7 @@ struct Place {
   Linearisation Function(const std::string& name) const {
     const std::string text = Text(name, false);
     if (text.empty()) return Linearisation::kLinear;
-    const auto found = std::find(kLinearisations.begin(), kLinearisations.end(), text);
+    const auto* found = std::find(kLinearisations.begin(), kLinearisations.end(), text);
     if (found != kLinearisations.end()) return static_cast<Linearisation>(found - kLinearisations.begin());
     std::string allowed;
     for (const std::string_view function : kLinearisations)
@@ -183,16 +183,13 @@ const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id) {
 }
 
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw) {
-  int reading = raw;
-  if (sensor.is_signed) {
-    reading = static_cast<int8_t>(raw);
-    if (sensor.ones_complement && reading < 0) ++reading;
-  }
+  int reading = sensor.is_signed ? static_cast<int8_t>(raw) : raw;
+  if (reading < 0 && sensor.ones_complement) ++reading;
   const double offset = sensor.b * std::pow(10.0, sensor.b_exp);
   const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.r_exp);
   const double value = Linearise(sensor.linearisation, linear);
   if (!std::isfinite(value)) return 0;
-  constexpr double kHighest = 1LL << 62;
+  constexpr double kHighest = 9e18;
   return std::llround(std::clamp(value, -kHighest, kHighest));
 }
 

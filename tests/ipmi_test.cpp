@@ -17,9 +17,9 @@ extern "C" {
 #include "standin/sdrtext.h"
 #include "tests/support/ipmisim.h"
 
+namespace standin {
 namespace {
 
-using namespace standin;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 
@@ -76,9 +76,10 @@ TEST(IPMISimulator, SensorsAndReadings) {
   std::string commands, expected;
   for (const auto& r : readings) {
     const std::string number = std::to_string(&r - readings + 1);
-    commands += AddSDR(MakeFull(std::stoi(number), Latin(r.name), r.factors)) + "sensor_add 0x20 0 " + number +
-                " 1 1\nsensor_set_value 0x20 0 " + number + " " + std::to_string(r.raw) + " 0\n";
-    expected += number + " " + r.name + ";";
+    commands += AddSDR(MakeFull(std::stoi(number), Latin(r.name), r.factors));
+    commands.append("sensor_add 0x20 0 ").append(number).append(" 1 1\nsensor_set_value 0x20 0 ").append(number);
+    commands.append(" ").append(std::to_string(r.raw)).append(" 0\n");
+    expected.append(number).append(" ").append(r.name).append(";");
   }
   commands += AddSDR(MakeCompact(100, Latin("Lid"))) + AddSDR(MakeEventOnly(101, Latin("Watchdog")));
   const IPMISimulator simulator(commands);
@@ -244,7 +245,7 @@ class FakeController : public IPMITransport {
       case 0x0A22:
         return {0, ToBytes({++reservation_, 0})};
       case 0x0A23:
-        return GetSDR(std::max(1, +data.at(2)), data.at(4), data.at(5), data.at(0) == reservation_);
+        return GetSDR(std::max<size_t>(1, data.at(2)), data.at(4), data.at(5), data.at(0) == reservation_);
       case 0x0A40:
         return {0, ToBytes({0x51, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2})};
     }
@@ -299,7 +300,7 @@ TEST(IPMIFaults, SensorRepository) {
   for (const auto& [fault, outcome] : cases) {
     EXPECT_EQ(Outcome([&, &fault = fault] { return std::make_unique<FakeController>(fault); }), outcome);
   }
-  for (const size_t largest : {40, 32, 10, 8}) {
+  for (const size_t largest : {40U, 32U, 10U, 8U}) {
     EXPECT_EQ(Outcome([&] { return std::make_unique<FakeController>(Fault{}, largest); }), all) << largest;
   }
 }
@@ -399,3 +400,4 @@ TEST(IPMIFaults, EventLog) {
 }
 
 }  // namespace
+}  // namespace standin
