@@ -1,5 +1,5 @@
 /// controller.h: what stands behind NUBO, the host's hardware-access module: a management controller with its event log
-/// and the sensors that the log's records name. NUBO's functions in the process (host.cpp) know controllers by this alone.
+/// and the sensors that the log's records name. This is all that NUBO's functions in the process (host.cpp) know of it.
 #ifndef KESTRUNE_STANDIN_CONTROLLER_H_
 #define KESTRUNE_STANDIN_CONTROLLER_H_
 
@@ -32,6 +32,18 @@ class Controller {
 
   /// The sensors, the same ones as long as the controller lives.
   virtual const Sensors& GetSensors() const = 0;
+};
+
+/// A machine without a controller.
+class NoController final : public Controller {
+ public:
+  bool IsPresent() override { return false; }
+  std::optional<uint32_t> CountEntries() override { return std::nullopt; }
+  bool ReadEntry(tagSEL_DATA&) override { return false; }
+  const Sensors& GetSensors() const override { return sensors_; }
+
+ private:
+  Sensors sensors_;
 };
 
 }  // namespace standin

@@ -17,6 +17,7 @@ namespace {
 
 constexpr size_t kMaxUser = 16;
 constexpr size_t kMaxPassword = 20;
+constexpr auto kIdle = std::chrono::seconds(50);
 
 Deadline Now() { return Deadline::clock::now(); }
 
@@ -67,6 +68,7 @@ IPMIConnection::IPMIConnection(const IPMIOptions& options) : options_(options) {
     CheckDevice();
   }
   Open(deadline);
+  last_used_ = Now();
 }
 
 void IPMIConnection::Open(Deadline deadline) {
@@ -88,6 +90,9 @@ void IPMIConnection::Open(Deadline deadline) {
 IPMIAnswer IPMIConnection::Request(const IPMICommand& command, const Bytes& data) {
   const Deadline start = Now();
   if (start < silent_until_) throw Failure(kRequestFailed, lost_);
+  // Controllers end a session after a minute without a command, and then wait in silence.
+  if (options_.host && start > last_used_ + kIdle) session_.reset();
+  last_used_ = start;
   if (session_) {
     if (auto answer = session_->Request(command, data, start + options_.timeout / 2)) return *answer;
     session_.reset();

@@ -33,6 +33,7 @@ class IPMIConnection : public IPMITransport {
   std::unique_ptr<IPMISession> session_;
   std::string lost_;  ///< why the last new login failed
   Deadline silent_until_{};
+  Deadline last_used_{};
 };
 
 }  // namespace standin
