@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "kestrune/kestrune.h"
 #include "platform/nubo.h"
+#include "standin/items.h"
 
 namespace bench {
 
@@ -67,7 +69,7 @@ std::string LogText(size_t lines);
 std::vector<SELRecord> EventLog(size_t records);
 
 /// The host's array of items, each with five entries once it is filled.
-using Items = std::vector<tagCONFIGITEM>;
+using Items = std::vector<standin::Item>;
 void Free(Items& items);
 
 /// What no module can do without: the entry arrays and strings of a reply, allocated and widened byte by byte from text
@@ -90,13 +92,13 @@ class Floor {
   std::vector<Entry> entries_;
 };
 
-// ---- host.cpp, resmgr.cpp: the host --------------------------------------------------------------------------------
+// ---- host.cpp: the host --------------------------------------------------------------------------------------------
 
 /// The sensors have the numbers 1 to kSensors. The host's ID of each is as much greater as this, and it names them all.
 inline constexpr uint32_t kSensors = 48;
 inline constexpr uint32_t kHostSensorBase = 0x2000;
 
-/// Makes this the controller's log.
+/// Makes this the log of the controller, which is there from the first call on.
 void SetEventLog(std::vector<SELRecord> records);
 
 // ---- routines.cpp, plainline.cpp: the module's routines, as they stand in its objects

@@ -1,64 +1,43 @@
-/// host.cpp: the functions of the host, which answer at once and from memory: what is measured is not theirs.
-#include "platform/host.h"
+/// host.cpp: what the host answers: at once and from memory, for what is measured is not the host's.
+#include "standin/host.h"
 
+#include <cstdio>
 #include <cstring>
-#include <string>
+#include <memory>
 #include <utility>
 
 #include "bench/bench.h"
+#include "standin/recordlog.h"
 
 namespace {
 
-std::vector<SELRecord> event_log;
+standin::Sensors MakeSensors() {
+  constexpr std::array kKinds = {"CPU%zu Temp", "DIMM %zu Temp", "Fan %zuA", "P3V3 Rail %zu", "Drive Bay %zu"};
+  standin::Sensors sensors(bench::kSensors);
+  for (size_t i = 1; i <= sensors.size(); ++i) {
+    std::array<char, 24> name{};
+    snprintf(name.data(), name.size(), kKinds.at(i % kKinds.size()), i / kKinds.size() + 1);
+    sensors[i - 1].number = static_cast<uint8_t>(i);
+    sensors[i - 1].host_id = static_cast<uint32_t>(bench::kHostSensorBase + i);
+    sensors[i - 1].name = name.data();
+  }
+  return sensors;
+}
 
 }  // namespace
 
-void bench::SetEventLog(std::vector<SELRecord> records) { event_log = std::move(records); }
-
-#pragma GCC visibility push(default)
-extern "C" {
-
-void Output(int, const char*, ...) {}
-int GeneralOSSupportChecking() { return 1; }
-int GetOSDist() { return 0; }
-int gmInitialize() { return 1; }
-int gmUninitialize() { return 1; }
-int gmEnterMutex(uint32_t) { return 1; }
-int gmExitMutex() { return 1; }
-
-int gmGetIPMIInfo(tagIPMI_INFO* info) {
-  *info = {};
-  return 1;
+void bench::SetEventLog(std::vector<SELRecord> records) {
+  static const standin::Sensors sensors = MakeSensors();
+  static std::unique_ptr<standin::RecordLog> log;
+  log = std::make_unique<standin::RecordLog>(std::move(records), sensors);
+  standin::host->controller = log.get();
+  standin::host->convert = [](uint32_t, const tagVARIANT& in, tagVARIANT* out) {
+    out->value.llVal = in.value.llVal * 12;
+  };
+  standin::host->get_string = [](uint16_t, const standin::StringRequest& request, char* buffer, uint32_t* size) {
+    const std::string& name = sensors[request.object_id - kHostSensorBase - 1].name;
+    *size = static_cast<uint32_t>(name.size() + 1);
+    if (buffer != nullptr) memcpy(buffer, name.c_str(), *size);
+    return 1;
+  };
 }
-
-int gmGetProperty(const char*, uint32_t* size, char* buffer) {
-  std::string table;
-  for (uint32_t number = 1; number <= bench::kSensors; ++number) {
-    std::array<char, 24> pair{};
-    snprintf(pair.data(), pair.size(), "%X;%X;", number, bench::kHostSensorBase + number);
-    table += pair.data();
-  }
-  *size = static_cast<uint32_t>(table.size() + 1);
-  if (buffer != nullptr) memcpy(buffer, table.c_str(), *size);
-  return 1;
-}
-
-int gmSELEnumEntry(uint32_t* count) {
-  *count = static_cast<uint32_t>(event_log.size());
-  return 1;
-}
-
-int gmGetIPMIEntry(tagSEL_DATA* entry) {
-  const size_t id = entry->wRecordID == 0 ? 1 : entry->wRecordID;
-  const size_t next = id == event_log.size() ? SEL_LAST_ENTRY : id + 1;
-  *entry = {static_cast<uint16_t>(id), static_cast<uint16_t>(next), event_log.at(id - 1)};
-  return 1;
-}
-
-int gmExecSensorValue(uint32_t, const char*, int, tagVARIANT* in, tagVARIANT* out) {
-  out->value.llVal = in->value.llVal * 12;
-  return 1;
-}
-
-}  // extern "C"
-#pragma GCC visibility pop

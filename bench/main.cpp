@@ -25,6 +25,7 @@ void Row(const char* work, const char* against, double ratio, double goal, bool 
 double Growth(const std::array<double, 3>& ratios) { return std::max(ratios[1], ratios[2]) / ratios[0]; }
 
 void Measure() {
+  bench::SetEventLog({});
   const bench::RoutineRatios routines = bench::MeasureRoutines();
   bench::StartModule(KESTRUNE_BENCH_MODULE);
   std::printf("| %-50s | %-36s | Ratio | Goal   |        |\n|---|---|---|---|---|\n", "Work", "Against");

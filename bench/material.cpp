@@ -83,10 +83,7 @@ std::vector<SELRecord> EventLog(size_t records) {
 }
 
 void Free(Items& items) {
-  for (tagCONFIGITEM& item : items) {
-    delete[] item.pEntries;
-    item.pEntries = nullptr;
-  }
+  for (standin::Item& item : items) item.Free();
 }
 
 Floor::Floor(const Items& reply) {

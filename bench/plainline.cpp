@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "bench/bench.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "translate/resmgr.h"
 #include "translate/tables.h"
 

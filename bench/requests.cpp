@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +10,8 @@
 #include <string_view>
 
 #include "bench/bench.h"
+#include "standin/module.h"
+#include "standin/selfile.h"
 
 namespace bench {
 namespace {
@@ -19,17 +20,15 @@ constexpr char kLog[] = "/var/log/messages";
 constexpr char kSELFile[] = "/etc/zarp/conf/ipmi.log";
 constexpr uint32_t kPage = 20;
 
-decltype(&::SPConfig) config;
+const standin::Module* module = nullptr;
 
 void Check(bool good, const char* what) {
   if (!good) throw std::runtime_error(std::string("failed: ") + what);
 }
 
 void Get(const char* request, uint32_t log, void* count, tagCONFIGITEM* items) {
-  tagIDV identifier{};
-  identifier.dwIDVType = IDV_CONFIGGROUP;
-  identifier.id.group.wConfigGroupID = static_cast<uint16_t>(log);
-  Check(config(SP_OP_GET, request, &identifier, count, items) == 1, request);
+  tagIDV identifier = standin::Group(log);
+  Check(module->SPConfig(SP_OP_GET, request, &identifier, count, items) == 1, request);
 }
 
 void Count(uint32_t log, size_t expected) {
@@ -96,17 +95,6 @@ void SELCountByHand() {
   ByHand({"cp -f /etc/zarp/conf/ipmi.log /tmp/work 2>/dev/null"});
 }
 
-/// Writes a SEL log file: four bytes, the size, a checksum, and the records.
-void WriteSELFile(size_t records) {
-  const std::vector<SELRecord> log = EventLog(records);
-  std::string text(9, '\0');
-  text.append(reinterpret_cast<const char*>(log.data()), log.size() * sizeof(SELRecord));
-  for (unsigned int i = 0; i < 4; ++i) text[4 + i] = static_cast<char>(text.size() >> 8 * i);
-  for (size_t i = 0; i < 8; ++i) text[8] = static_cast<char>(text[8] - text[i]);
-  std::filesystem::create_directories("/etc/zarp/conf");
-  std::ofstream(kSELFile) << text;
-}
-
 double WholeFetch(uint32_t log, size_t size, const std::function<void()>& commands) {
   Lay(log, size);
   Items items(size);
@@ -124,11 +112,9 @@ double WholeFetch(uint32_t log, size_t size, const std::function<void()>& comman
 }  // namespace
 
 void StartModule(const char* path) {
-  void* module = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-  Check(module != nullptr, path);
-  config = reinterpret_cast<decltype(config)>(dlsym(module, "SPConfig"));
-  uint32_t out = 0;
-  Check(reinterpret_cast<decltype(&::SPInitialize)>(dlsym(module, "SPInitialize"))(nullptr, &out) == 1, "start");
+  static const standin::Module loaded(path);
+  module = &loaded;
+  Check(module->SPInitialize(nullptr, nullptr) == 1, "start");
 }
 
 double WholeTextFetch() { return WholeFetch(LOG_MESSAGES, kLines.back(), TextFetchByHand); }
@@ -149,7 +135,8 @@ double NewestLines() {
 double SELCount() {
   constexpr size_t kOlder = 500;
   Lay(LOG_SEL, kRecords.back());
-  WriteSELFile(kOlder);
+  std::filesystem::create_directories("/etc/zarp/conf");
+  std::ofstream(kSELFile) << standin::MakeSelLog(EventLog(kOlder));
   const double ratio =
       Pair{{{}, [] { Count(LOG_SEL, kRecords.back() + kOlder); }, {}}, {{}, SELCountByHand, {}}}.MedianRatio();
   unlink(kSELFile);

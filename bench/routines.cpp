@@ -8,7 +8,7 @@
 
 #include "bench/bench.h"
 #include "hostdata/fillitem.h"
-#include "sel/selfilter.h"
+#include "sel/selline.h"
 #include "sel/selstore.h"
 
 namespace bench {

@@ -8,7 +8,8 @@
 /// belongs to the request. The module lock is held. Returns 1 for success, 0 for failure.
 using ShortHandler = int32_t (*)(void* pArg1, void* pArg2, void* pArg3);
 
-/// A handler in the long call form, which is told the operation and the request name too.
+/// A handler in the long call form, which gets the operation and the request name too. No row of this module's uses it;
+/// it is for handlers that serve several requests.
 using LongHandler = int32_t (*)(uint8_t op, const char* request, void* pArg1, void* pArg2, void* pArg3);
 
 /// Bits of tagSPHANDLER::ulCallForm. A row with neither is passed over; the short form goes first.

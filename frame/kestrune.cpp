@@ -14,6 +14,7 @@
 #include "hostdata/property.h"
 #include "hostdata/propertywrite.h"
 #include "platform/message.h"
+#include "platform/processlock.h"
 #include "sel/seldump.h"
 
 const char kestrune_version[] = "kestrune__version " KESTRUNE_VERSION;
@@ -29,7 +30,8 @@ static uint32_t g_bSPInitialized = 0;
 
 namespace {
 
-/// Holds the module lock. A host thread that is cancelled meanwhile ends behind it: half a request would leave files.
+/// Holds the module lock. A host thread that is cancelled meanwhile ends only when the lock is released: half a request
+/// would leave files.
 class ModuleLock {
  public:
   ModuleLock() {
@@ -91,8 +93,10 @@ int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
   if (IsOSSupported() == 0) return 0;
   const ModuleLock lock;
   if (g_bSPInitialized == 1) return 1;
+  const ProcessLock processes;
   if (settings != nullptr) StoreSettings(*settings);
   if (out != nullptr) *out = 2;
+  if (processes.IsHeld()) RemoveLeftFiles();
   if (TryToInitData() == 0) {
     Error("Err (%s:SPInitialize): Function OnInitData() return false\n");
     return 0;
@@ -104,6 +108,7 @@ int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
 int32_t SPUninitialize() {
   const ModuleLock lock;
   if (g_bSPInitialized == 0) return 0;
+  const ProcessLock processes;
   OnUninitData();
   g_bSPInitialized = 0;
   return 1;
@@ -115,6 +120,7 @@ int32_t SPConfig(uint32_t op, const char* request, void* pArg1, void* pArg2, voi
     Error("Err: (%s)SPConfig: Have not initialized!\n");
     return 0;
   }
+  const ProcessLock processes;
   return DefSPConfigHandler(static_cast<uint8_t>(op), request, pArg1, pArg2, pArg3);
 }
 

@@ -1,7 +1,6 @@
 #include "frame/startup.h"
 
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -9,12 +8,13 @@
 
 #include "hostdata/catalogue.h"
 #include "kestrune/kestrune.h"
+#include "platform/filestatus.h"
+#include "platform/host.h"
 #include "platform/message.h"
+#include "sel/selfilter.h"
 #include "sel/selstore.h"
 #include "textlog/logfilter.h"
-
-char AppLogList[256] = {};
-uint32_t selEnable = 0;
+#include "textlog/logmerger.h"
 
 namespace {
 
@@ -51,8 +51,6 @@ void UnsetIfSet(const char* variable) {
 
 }  // namespace
 
-int IsFileExist(const char* path) { return access(path, F_OK) == 0 ? 1 : 0; }
-
 int IsOSSupported() {
   if (GeneralOSSupportChecking() <= 0) return 0;
   if (GetOSDist() != DIST_MONTH_SORT_NEEDS_C_LOCALE) return 1;
@@ -60,6 +58,11 @@ int IsOSSupported() {
   UnsetIfSet("LC_TIME");
   UnsetIfSet("LC_CTYPE");
   return 1;
+}
+
+void RemoveLeftFiles() {
+  RemoveLeftWorkFiles();
+  RemoveLeftCopies();
 }
 
 int OnInitData() {
@@ -71,14 +74,8 @@ int OnInitData() {
   } else {
     Debug("Dbg (%s:OnInitData): Err to InitSELLog\n");
   }
-  const int distribution = GetOSDist();
-  for (const uint32_t id : {LOG_SECURE, LOG_MESSAGES, LOG_AGENT}) {
-    if (IsFileExist(FindLogSource(id)->pszPath) == 0) DisableLog(id);
-  }
-  BuildAppLogList(distribution);
-  if (AppLogList[0] == '\0') DisableLog(LOG_APPLICATION);
-  if (selEnable == 0) DisableLog(LOG_SEL);
-  BuildConfigGroups(selEnable == 1);
+  BuildAppLogList(GetOSDist());
+  BuildConfigGroups();
   return 1;
 }
 
@@ -89,6 +86,6 @@ int OnUninitData() {
     UninitSELLog();
     selEnable = 0;
   }
-  remove(FindLogSource(LOG_APPLICATION)->pszPath);
+  RemoveMergedLog();
   return CleanTmpFile();
 }

@@ -7,21 +7,51 @@
 #include <cstdarg>
 #include <cstdlib>
 
-#include "platform/host.h"
+#include "standin/host.h"
 #include "translate/resmgr.h"
 
-/// One half of the two-call protocol: a null buffer asks for the size.
-static int CopyText(const std::string& text, uint32_t* size, char* buffer) {
-  if (buffer == nullptr) *size = static_cast<uint32_t>(text.size());
-  if (buffer != nullptr) std::ranges::copy(text, buffer);
-  return text.empty() ? 0 : 1;
+namespace {
+
+/// The controller with the log of the input.
+class InputLog final : public standin::Controller {
+ public:
+  std::optional<uint32_t> CountEntries() override { return static_cast<uint32_t>(g_host.sel.size()); }
+  bool ReadEntry(tagSEL_DATA& entry) override {
+    const auto found = std::ranges::find_if(g_host.sel, [wanted = entry.wRecordID](const tagSEL_DATA& each) {
+      return wanted == 0 || each.wRecordID == wanted;
+    });
+    if (found == g_host.sel.end()) return false;
+    entry = *found;
+    return true;
+  }
+  const standin::Sensors& GetSensors() const override { return none_; }
+
+ private:
+  standin::Sensors none_;
+} g_log;
+
+int GetName(uint16_t, tagGS_PARAM*, char* buffer, uint32_t* size) {
+  *size = static_cast<uint32_t>(g_host.name.size());
+  if (buffer != nullptr) std::ranges::copy(g_host.name, buffer);
+  return g_host.name.empty() ? 0 : 1;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const char* const locale = setlocale(LC_ALL, "C.UTF-8");
-  Require(locale != nullptr, "the machine has the locale C.UTF-8");
+bool SetUp() {
+  standin::host->initialize = 0;
+  standin::host->controller = &g_log;
+  standin::host->on_output = [](int, const std::string& text) { Require(!text.empty(), "a message has a text"); };
+  standin::host->sensor_table = [] { return g_host.mapping; };
+  standin::host->convert = [](uint32_t, const tagVARIANT&, tagVARIANT* out) { out->value.ullVal = g_host.reading; };
   g_hRscDll = &g_host;
-  g_lpfnGetString = [](auto, auto, char* buffer, uint32_t* needed) { return CopyText(g_host.name, needed, buffer); };
+  g_lpfnGetString = GetName;
+  return setlocale(LC_ALL, "C.UTF-8") != nullptr;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const bool is_set_up = SetUp();
+  Require(is_set_up, "the machine has the locale C.UTF-8");
   g_host = {};
   FuzzedDataProvider input(data, size);
   Fuzz(input);
@@ -41,17 +71,10 @@ const char* FileWith(const std::string& content) {
   return path.c_str();
 }
 
-HostItems::~HostItems() {
-  for (const tagCONFIGITEM& item : *this) delete[] item.pEntries;
-}
-
 size_t HostItems::CountFilled() const {
-  const auto isUntouched = [](const tagCONFIGITEM& item) {
-    return item.pEntries == nullptr && (item.dwIndex & item.dwID & item.dwEntryCount) == 0xA5A5A5A5;
-  };
-  const auto behind = std::ranges::find_if(*this, isUntouched);
-  Require(std::all_of(behind, end(), isUntouched), "the items behind a reply are untouched");
-  return static_cast<size_t>(behind - begin());
+  const std::optional<size_t> filled = MarkedItems::CountFilled();
+  Require(filled.has_value(), "the items behind a reply are untouched");
+  return *filled;
 }
 
 std::string Columns(const std::string& line, size_t from, size_t to) {
@@ -71,17 +94,7 @@ void RequireText(const tagCONFIGENTRY& entry, uint32_t id, const std::string& te
   Require(Narrow(entry) == (isValid ? text : ""), "a text is the line's, cut at its columns");
 }
 
-extern "C" {
-
-void Output(int, const char* format, ...) {
-  char text[8192];
-  va_list arguments;
-  va_start(arguments, format);
-  Require(vsnprintf(text, sizeof(text), format, arguments) > 0, "a message has a text");
-  va_end(arguments);
-}
-
-void syslog(int priority, const char* format, ...) {
+extern "C" void syslog(int priority, const char* format, ...) {
   char text[8192];
   const int used = snprintf(text, sizeof(text), "%d ", priority);
   va_list arguments;
@@ -90,31 +103,3 @@ void syslog(int priority, const char* format, ...) {
   va_end(arguments);
   g_host.written.emplace_back(text);
 }
-
-int GeneralOSSupportChecking() { return 1; }
-int GetOSDist() { return 0; }
-int gmInitialize() { return 0; }
-int gmUninitialize() { return 1; }
-int gmGetIPMIInfo(tagIPMI_INFO*) { return 0; }
-int gmGetProperty(const char*, uint32_t* size, char* buffer) { return CopyText(g_host.mapping, size, buffer); }
-int gmEnterMutex(uint32_t) { return 1; }
-int gmExitMutex() { return 1; }
-
-int gmSELEnumEntry(uint32_t* count) {
-  *count = static_cast<uint32_t>(g_host.sel.size());
-  return 1;
-}
-
-int gmGetIPMIEntry(tagSEL_DATA* entry) {
-  const auto found = std::ranges::find(g_host.sel, entry->wRecordID, &tagSEL_DATA::wRecordID);
-  if (g_host.sel.empty() || (found == g_host.sel.end() && entry->wRecordID != 0)) return 0;
-  *entry = entry->wRecordID == 0 ? g_host.sel.front() : *found;
-  return 1;
-}
-
-int gmExecSensorValue(uint32_t, const char*, int, tagVARIANT*, tagVARIANT* out) {
-  out->value.ullVal = g_host.reading;
-  return 1;
-}
-
-}  // extern "C"

@@ -6,7 +6,9 @@
 
 #include <memory>
 
+#include "kestrune/kestrune.h"
 #include "platform/nubo.h"
+#include "standin/items.h"
 
 /// Every target defines this: takes one input through the code under test, in the locale C.UTF-8.
 void Fuzz(FuzzedDataProvider& input);
@@ -27,10 +29,9 @@ inline FuzzHost g_host;
 /// The path of a file that holds `content` until the next call, for this process and its children.
 const char* FileWith(const std::string& content);
 
-/// The host's items, each 0xA5A5A5A5 without entries until it is filled. No byte behind them can be touched.
-struct HostItems : std::vector<tagCONFIGITEM> {
-  explicit HostItems(size_t count) : vector(count, {0xA5A5A5A5, 0xA5A5A5A5, 0xA5A5A5A5, nullptr}) {}
-  ~HostItems();
+/// The host's items. No byte behind them can be touched.
+struct HostItems : standin::MarkedItems {
+  using MarkedItems::MarkedItems;
   /// How many were filled. Requires that the others, behind them, are as they were.
   size_t CountFilled() const;
 };

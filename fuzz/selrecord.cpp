@@ -3,8 +3,8 @@
 #include <ctime>
 
 #include "fuzz/host.h"
-#include "sel/selfilter.h"
-#include "sel/sensorid.h"
+#include "sel/selline.h"
+#include "translate/sensorid.h"
 
 void Fuzz(FuzzedDataProvider& input) {
   SELRecord record{};

@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "fuzz/host.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 
 void Fuzz(FuzzedDataProvider& input) {
   g_host.mapping = input.ConsumeRemainingBytesAsString();

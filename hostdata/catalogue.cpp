@@ -3,8 +3,30 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <span>
 
+#include "hostdata/logread.h"
 #include "platform/message.h"
+
+char AppLogList[256] = {};
+uint32_t selEnable = 0;
+
+const std::array<LogSource, 5> LOG_SOURCES{{
+    {LOG_APPLICATION, 1, "/var/log/._app_log_.tmp", 1, HasApplicationLogs, false, IsAlwaysReady, MergeApplicationLog,
+     CountTextLog, FilterTextLog, FillTextLog},
+    {LOG_SECURE, 2, "/var/log/secure", 0, HasTextLog, false, IsAlwaysReady, NeedsNoUpdate, CountTextLog, FilterTextLog,
+     FillTextLog},
+    {LOG_MESSAGES, 3, "/var/log/messages", 0, HasTextLog, false, IsAlwaysReady, NeedsNoUpdate, CountTextLog,
+     FilterTextLog, FillTextLog},
+    {LOG_AGENT, 4, "/var/log/agent.log", 0, HasTextLog, false, IsAlwaysReady, NeedsNoUpdate, CountTextLog,
+     FilterTextLog, FillTextLog},
+    {LOG_SEL, 5, "/etc/zarp/conf/ipmi.log", 0, HasSEL, true, IsSELReady, NeedsNoUpdate, CountSEL, FilterSEL, FillSEL},
+}};
+
+const LogSource* FindLogSource(uint32_t id) {
+  const auto* found = std::ranges::find(LOG_SOURCES, id, &LogSource::dwID);
+  return found == LOG_SOURCES.end() ? nullptr : found;
+}
 
 std::array<ConfigTypeState, 6> g_ConfigTypeTable{
     {{1, CONFIG_TYPE_LOG}, {1, LOG_APPLICATION}, {1, LOG_SECURE}, {1, LOG_MESSAGES}, {1, LOG_AGENT}, {1, LOG_SEL}}};
@@ -16,7 +38,24 @@ namespace {
 
 constexpr tagCONFIGGROUP PARENT_GROUP{0, CONFIG_GROUP_LOGS, 0, 0, 0};
 
-constexpr tagCONFIGGROUP LogGroup(uint16_t id) { return {0, id, 0, CONFIG_GROUP_LOGS, CONFIG_TYPE_LOG}; }
+constexpr tagCONFIGGROUP LogGroup(uint32_t id) {
+  return {0, static_cast<uint16_t>(id), 0, CONFIG_GROUP_LOGS, CONFIG_TYPE_LOG};
+}
+
+/// Takes a log out of both tables.
+void DisableLog(uint32_t id) {
+  for (ConfigTypeState& state : g_ConfigTypeTable) {
+    if (state.dwConfigTypeID == id) state.dwEnabled = 0;
+  }
+  for (ConfigGroupState& state : g_ConfigGroupTable) {
+    if (state.wConfigGroupID == id) state.wEnabled = 0;
+  }
+}
+
+bool IsEnabled(uint32_t id) {
+  const auto* state = std::ranges::find(g_ConfigGroupTable, id, &ConfigGroupState::wConfigGroupID);
+  return state != g_ConfigGroupTable.end() && state->wEnabled == 1;
+}
 
 /// Bytes of a type list of `count` entries with one member each.
 constexpr size_t TypeListSize(size_t count) {
@@ -41,25 +80,16 @@ void WriteTypeList(std::span<const uint32_t> ids, std::byte* buffer) {
 
 }  // namespace
 
-void DisableLog(uint32_t id) {
-  for (ConfigTypeState& state : g_ConfigTypeTable) {
-    if (state.dwConfigTypeID == id) state.dwEnabled = 0;
-  }
-  for (ConfigGroupState& state : g_ConfigGroupTable) {
-    if (state.wConfigGroupID == id) state.wEnabled = 0;
-  }
-}
-
 void ReserveConfigGroups() { g_vConfigGroups.reserve(g_ConfigGroupTable.size()); }
 
-void BuildConfigGroups(bool withSEL) {
+void BuildConfigGroups() {
   g_vConfigGroups.clear();
   g_vConfigGroups.push_back(PARENT_GROUP);
-  for (const ConfigGroupState& state : g_ConfigGroupTable) {
-    const bool isTextLog = state.wConfigGroupID >= LOG_APPLICATION && state.wConfigGroupID <= LOG_AGENT;
-    if (isTextLog && state.wEnabled == 1) g_vConfigGroups.push_back(LogGroup(state.wConfigGroupID));
+  for (const LogSource& log : LOG_SOURCES) {
+    const bool exists = log.pfnExists(log);
+    if (!exists) DisableLog(log.dwID);
+    if (exists && (log.bReturns || IsEnabled(log.dwID))) g_vConfigGroups.push_back(LogGroup(log.dwID));
   }
-  if (withSEL) g_vConfigGroups.push_back(LogGroup(LOG_SEL));
 }
 
 void ClearConfigGroups() { g_vConfigGroups.clear(); }

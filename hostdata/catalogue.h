@@ -1,39 +1,43 @@
 /// catalogue.h: which logs there are, how each is read, and what the host is told of them. State is guarded by the
-/// module lock.
+/// module lock. AppLogList and selEnable, which the host may read, are defined here too and set at start.
 #ifndef KESTRUNE_HOSTDATA_CATALOGUE_H_
 #define KESTRUNE_HOSTDATA_CATALOGUE_H_
 
 #include <array>
 #include <cstdint>
-#include <span>
 #include <vector>
 
 #include "kestrune/kestrune.h"
 
-/// How one log is read.
+struct FilterOutput;
+
+/// One log: what it is called, and the functions by which it is found, counted and read.
 struct LogSource {
   uint32_t dwID;        ///< LOG_APPLICATION to LOG_SEL
   uint32_t dwNumber;    ///< its number in property replies, 1 to 5
   const char* pszPath;  ///< the file that the filter reads; for the SEL, the SEL log file
   int nSortFirst;       ///< non-zero: its lines are sorted by month before a range is taken
+
+  /// Whether the machine has the log, asked at a start. The catalogue offers a log that exists and is enabled; one with
+  /// `bReturns` also where it was missing at an earlier start.
+  bool (*pfnExists)(const LogSource& log);
+  bool bReturns;
+  /// Whether it can be read now. If not, it is answered like an empty one.
+  bool (*pfnIsReady)();
+  /// Brings what its filter reads up to date; called before every request for it.
+  void (*pfnUpdate)();
+  /// As LogFilter and SELLogFilter count, and as they filter.
+  uint64_t (*pfnCount)(const char* path, int sortFirst, uint64_t* begin, uint64_t* end);
+  void (*pfnFilter)(const LogSource& log, FilterOutput& output, uint64_t* begin, uint64_t* end);
+  /// As FillConfigItem fills items from what the filter has delivered.
+  int (*pfnFill)(const LogSource& log, FilterOutput& output, tagCONFIGITEM* items, uint32_t firstIndex);
 };
 
 /// The five logs, in ID order.
-inline constexpr std::array<LogSource, 5> LOG_SOURCES{{
-    {LOG_APPLICATION, 1, "/var/log/._app_log_.tmp", 1},
-    {LOG_SECURE, 2, "/var/log/secure", 0},
-    {LOG_MESSAGES, 3, "/var/log/messages", 0},
-    {LOG_AGENT, 4, "/var/log/agent.log", 0},
-    {LOG_SEL, 5, "/etc/zarp/conf/ipmi.log", 0},
-}};
+extern const std::array<LogSource, 5> LOG_SOURCES;
 
 /// The log with an ID, or null.
-constexpr const LogSource* FindLogSource(uint32_t id) {
-  for (const LogSource& source : LOG_SOURCES) {
-    if (source.dwID == id) return &source;
-  }
-  return nullptr;
-}
+const LogSource* FindLogSource(uint32_t id);
 
 /// The IDs that identifiers may name. An enabled word is 1 until the log is found missing, and never becomes 1 again
 /// while the module stays loaded; the first entry of each table is always enabled.
@@ -51,14 +55,11 @@ extern std::array<ConfigGroupState, 6> g_ConfigGroupTable;
 /// The groups that the host reads; empty while the module is not started.
 extern std::vector<tagCONFIGGROUP> g_vConfigGroups;
 
-/// Takes a log out of both tables.
-void DisableLog(uint32_t id);
-
 /// Makes room for every group, so that BuildConfigGroups cannot fail. Throws std::bad_alloc.
 void ReserveConfigGroups();
 
-/// Lists the parent group, the enabled text logs, and the SEL where `withSEL` says so.
-void BuildConfigGroups(bool withSEL);
+/// Finds out which logs the machine has, disables the others and lists the parent group and the logs on offer.
+void BuildConfigGroups();
 void ClearConfigGroups();
 
 /// Reads an item identifier (a tagIDV; of the group form only its first 12 bytes). Returns the group or type ID that it

@@ -7,50 +7,52 @@
 
 namespace {
 
-enum class Fetch { kFilled, kEmpty, kTooSmall, kFailed };
+enum class FetchResult { kFilled, kEmpty, kTooSmall, kFailed };
 
 /// Filters a log, or a range of it, into the host's `capacity` items. On kFilled, and then alone, the items are the
 /// host's, numbered from the range's begin or from 1, and `capacity` holds how many there are.
-Fetch FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
-  FilteredLog filtered(log, begin, end);
-  if (filtered.Count() == 0) return Fetch::kEmpty;
-  if (capacity < filtered.Count()) return Fetch::kTooSmall;
-  ReplyItems reply(filtered.Count());
-  if (filtered.Fill(reply.Data(), begin == nullptr ? 1 : static_cast<uint32_t>(*begin)) == 0) return Fetch::kFailed;
+FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
+  FilterOutput output;
+  log.pfnFilter(log, output, begin, end);
+  if (output.ullCount == 0) return FetchResult::kEmpty;
+  if (capacity < output.ullCount) return FetchResult::kTooSmall;
+  ReplyItems reply(output.ullCount);
+  const uint32_t firstIndex = begin == nullptr ? 1 : static_cast<uint32_t>(*begin);
+  if (log.pfnFill(log, output, reply.Data(), firstIndex) == 0) return FetchResult::kFailed;
   capacity = reply.HandOver(items);
-  return Fetch::kFilled;
+  return FetchResult::kFilled;
 }
 
-}  // namespace
-
+/// The work of OnGetConfigItem; `id` is what the identifier named. A refusal leaves count and items as they were.
+/// Throws std::bad_alloc, likewise.
 int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items) {
-  if (id == LOG_APPLICATION) MergeApplicationLog();
   const LogSource* log = FindLogSource(id);
   if (log == nullptr) {
     Error("Err (%s:GetLogConfigItem): Unknow ID!\n");
     return 0;
   }
-  if (items == nullptr || IsUnavailable(*log)) {
-    *count = static_cast<uint32_t>(CountRecords(*log, 0, nullptr, nullptr));
+  log->pfnUpdate();
+  if (items == nullptr || !log->pfnIsReady()) {
+    *count = static_cast<uint32_t>(CountLog(*log, 0, nullptr, nullptr));
     return 1;
   }
   switch (FetchItems(*log, nullptr, nullptr, *count, items)) {
-    case Fetch::kFilled:
+    case FetchResult::kFilled:
       return 1;
-    case Fetch::kEmpty:
+    case FetchResult::kEmpty:
       *count = 0;
       return 1;
-    case Fetch::kTooSmall:
+    case FetchResult::kTooSmall:
       Error("Err (%s:GetLogConfigItem): Not enough buffer!\n");
       return 0;
-    case Fetch::kFailed:
+    case FetchResult::kFailed:
       break;
   }
   return 0;
 }
 
+/// The work of OnGetConfigItemEx, as above.
 int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
-  if (id == LOG_APPLICATION) MergeApplicationLog();
   uint64_t begin = range->dwBegin;
   uint64_t end = range->dwEnd;
   const LogSource* log = FindLogSource(id);
@@ -58,7 +60,8 @@ int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
     Error("Err (%s:GetLogConfigItemEx): Unknow ID!\n");
     return 0;
   }
-  if (IsUnavailable(*log)) {
+  log->pfnUpdate();
+  if (!log->pfnIsReady()) {
     range->dwCount = 0;
     return 1;
   }
@@ -67,7 +70,7 @@ int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
       Error("Err (%s:GetLogConfigItemEx): The buffer error!\n");
       return 0;
     }
-    range->dwCount = static_cast<uint32_t>(CountRecords(*log, log->nSortFirst, &begin, &end));
+    range->dwCount = static_cast<uint32_t>(CountLog(*log, log->nSortFirst, &begin, &end));
     range->dwBegin = static_cast<uint32_t>(begin);
     range->dwEnd = static_cast<uint32_t>(end);
     return 1;
@@ -77,21 +80,23 @@ int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
     return 0;
   }
   switch (FetchItems(*log, &begin, &end, range->dwCount, items)) {
-    case Fetch::kFilled:
+    case FetchResult::kFilled:
       range->dwBegin = static_cast<uint32_t>(begin);
       range->dwEnd = static_cast<uint32_t>(end);
       return 1;
-    case Fetch::kEmpty:
+    case FetchResult::kEmpty:
       range->dwCount = 0;
       return 1;
-    case Fetch::kTooSmall:
+    case FetchResult::kTooSmall:
       Error("Err (%s:GetLogConfigItemEx): Not enough buffer!\n");
       return 0;
-    case Fetch::kFailed:
+    case FetchResult::kFailed:
       break;
   }
   return 0;
 }
+
+}  // namespace
 
 int32_t OnGetConfigItem(void* pArg1, void* pArg2, void* pArg3) {
   Debug("Dbg (%s): in OnGetConfigItem\n");

@@ -4,18 +4,11 @@
 
 #include <cstdint>
 
-#include "kestrune/kestrune.h"
-
 /// Handler of SP_CONFIGITEM, get. pArg1: tagIDV of a log. pArg2: uint32_t, capacity in items in, count out. pArg3:
 /// tagCONFIGITEM array, or null for the count alone.
 int32_t OnGetConfigItem(void* pArg1, void* pArg2, void* pArg3);
 
 /// Handler of SP_CONFIGITEMEX, get. As above, with a tagITEMRANGE as pArg2.
 int32_t OnGetConfigItemEx(void* pArg1, void* pArg2, void* pArg3);
-
-/// The work behind them; `id` is what the identifier named. A refusal leaves count, range and items as they were.
-/// Throws std::bad_alloc, likewise.
-int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items);
-int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items);
 
 #endif  // KESTRUNE_HOSTDATA_CONFIGITEM_H_

@@ -6,9 +6,30 @@
 #include <iterator>
 
 #include "hostdata/fillitem.h"
+#include "platform/filestatus.h"
 #include "sel/selfilter.h"
 #include "textlog/logfilter.h"
 #include "textlog/logmerger.h"
+
+FilterOutput::~FilterOutput() {
+  if (szResultFile[0] != '\0') unlink(szResultFile.data());
+}
+
+uint64_t CountLog(const LogSource& log, int sortFirst, uint64_t* begin, uint64_t* end) {
+  return log.pfnIsReady() ? log.pfnCount(log.pszPath, sortFirst, begin, end) : 0;
+}
+
+bool HasTextLog(const LogSource& log) { return IsFileExist(log.pszPath) != 0; }
+
+bool HasApplicationLogs(const LogSource& /*log*/) { return AppLogList[0] != '\0'; }
+
+bool HasSEL(const LogSource& /*log*/) { return IsSELReady(); }
+
+bool IsAlwaysReady() { return true; }
+
+bool IsSELReady() { return selEnable == 1; }
+
+void NeedsNoUpdate() {}
 
 void MergeApplicationLog() {
   // The merger cuts its list, so it gets one of its own.
@@ -17,35 +38,31 @@ void MergeApplicationLog() {
   LogMerger(list.data(), FindLogSource(LOG_APPLICATION)->pszPath);
 }
 
-bool IsUnavailable(const LogSource& log) {
-  if (log.dwID == LOG_SEL) return selEnable != 1;
-  return log.dwID == LOG_APPLICATION && IsMergedLogForeign();
+uint64_t CountTextLog(const char* path, int sortFirst, uint64_t* begin, uint64_t* end) {
+  return LogFilter(path, nullptr, nullptr, sortFirst, begin, end);
 }
 
-uint64_t CountRecords(const LogSource& log, int sortFirst, uint64_t* begin, uint64_t* end) {
-  if (IsUnavailable(log)) return 0;
-  if (log.dwID == LOG_SEL) return SELLogFilter(log.pszPath, nullptr, begin, end);
-  return LogFilter(log.pszPath, nullptr, nullptr, sortFirst, begin, end);
+uint64_t CountSEL(const char* path, int /*sortFirst*/, uint64_t* begin, uint64_t* end) {
+  return SELLogFilter(path, nullptr, begin, end);
 }
 
-FilteredLog::FilteredLog(const LogSource& log, uint64_t* begin, uint64_t* end) : log_(log) {
-  if (log.dwID == LOG_SEL) {
-    char* text = nullptr;
-    count_ = SELLogFilter(log.pszPath, &text, begin, end);
-    selText_.reset(text);
-    if (text == nullptr) count_ = 0;
-  } else {
-    count_ = LogFilter(log.pszPath, nullptr, resultFile_.data(), log.nSortFirst, begin, end);
-    if (resultFile_[0] == '\0') count_ = 0;
-  }
+void FilterTextLog(const LogSource& log, FilterOutput& output, uint64_t* begin, uint64_t* end) {
+  const uint64_t count = LogFilter(log.pszPath, nullptr, output.szResultFile.data(), log.nSortFirst, begin, end);
+  output.ullCount = output.szResultFile[0] == '\0' ? 0 : count;
 }
 
-FilteredLog::~FilteredLog() {
-  if (resultFile_[0] != '\0') unlink(resultFile_.data());
+void FilterSEL(const LogSource& log, FilterOutput& output, uint64_t* begin, uint64_t* end) {
+  char* text = nullptr;
+  const uint64_t count = SELLogFilter(log.pszPath, &text, begin, end);
+  output.pszText.reset(text);
+  output.ullCount = text == nullptr ? 0 : count;
 }
 
-int FilteredLog::Fill(tagCONFIGITEM* items, uint32_t firstIndex) {
-  const auto count = static_cast<uint32_t>(count_);
-  if (log_.dwID == LOG_SEL) return FillConfigItem(items, firstIndex, log_.dwID, count, selText_.get());
-  return FillConfigItem(items, firstIndex, log_.dwID, count, static_cast<const char*>(resultFile_.data()));
+int FillTextLog(const LogSource& log, FilterOutput& output, tagCONFIGITEM* items, uint32_t firstIndex) {
+  const char* file = output.szResultFile.data();
+  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.ullCount), file);
+}
+
+int FillSEL(const LogSource& log, FilterOutput& output, tagCONFIGITEM* items, uint32_t firstIndex) {
+  return FillConfigItem(items, firstIndex, log.dwID, static_cast<uint32_t>(output.ullCount), output.pszText.get());
 }

@@ -2,10 +2,10 @@
 
 #include <span>
 
-#include "frame/compat.h"
 #include "hostdata/catalogue.h"
 #include "hostdata/logread.h"
 #include "hostdata/replyitems.h"
+#include "hostdata/value.h"
 #include "platform/message.h"
 
 namespace {
@@ -15,7 +15,7 @@ constexpr uint32_t PROPERTY_ENTRY_COUNT = 3;
 
 /// Counts a log and fills its item: the count, and the two entries in which a message for the system log comes back.
 void FillProperty(const LogSource& log, tagCONFIGITEM& item) {
-  const uint64_t records = CountRecords(log, 0, nullptr, nullptr);
+  const uint64_t records = CountLog(log, 0, nullptr, nullptr);
   item = {log.dwNumber, CONFIG_TYPE_LOG, PROPERTY_ENTRY_COUNT, nullptr};
   item.pEntries = new tagCONFIGENTRY[PROPERTY_ENTRY_COUNT];
   item.pEntries[0].dwEntryID = CE_RECORDS;
@@ -29,11 +29,14 @@ void FillProperty(const LogSource& log, tagCONFIGITEM& item) {
   AssignString(item.pEntries[2].varValue, "", TextWidener());
 }
 
-}  // namespace
-
+/// The work of OnGetProperty: `group` is a log's ID, or ALL_LOGS. Throws std::bad_alloc with nothing changed.
 int GetProperty(uint32_t group, uint32_t* count, tagCONFIGITEM* items) {
   std::span<const LogSource> logs = LOG_SOURCES;
-  const LogSource* log = FindLogSource(group);
+  if (group != ALL_LOGS) {
+    const LogSource* log = FindLogSource(group);
+    logs = std::span(log, log == nullptr ? 0 : 1);
+  }
+  for (const LogSource& log : logs) log.pfnUpdate();
   const auto needed = static_cast<uint32_t>(group == ALL_LOGS ? logs.size() : 1);
   if (items == nullptr) {
     *count = needed;
@@ -43,18 +46,17 @@ int GetProperty(uint32_t group, uint32_t* count, tagCONFIGITEM* items) {
     Error("Err (%s:GetProperty): The buffer isn't enough!\n");
     return 0;
   }
-  if (group != ALL_LOGS) {
-    if (log == nullptr) {
-      Error("Err (%s:GetProperty): Unknow ConfigGroup!\n");
-      return 0;
-    }
-    logs = std::span(log, 1);
+  if (logs.empty()) {
+    Error("Err (%s:GetProperty): Unknow ConfigGroup!\n");
+    return 0;
   }
   ReplyItems reply(logs.size());
   for (size_t i = 0; i < logs.size(); ++i) FillProperty(logs[i], reply.Data()[i]);
   *count = reply.HandOver(items);
   return 1;
 }
+
+}  // namespace
 
 int32_t OnGetProperty(void* pArg1, void* pArg2, void* pArg3) {
   Debug("Dbg (%s): in OnGetProperty\n");
@@ -73,6 +75,5 @@ int32_t OnGetProperty(void* pArg1, void* pArg2, void* pArg3) {
           static_cast<long>(index));
     return 0;
   }
-  if (group == ALL_LOGS || group == LOG_APPLICATION) MergeApplicationLog();
   return GetProperty(group, static_cast<uint32_t*>(pArg2), static_cast<tagCONFIGITEM*>(pArg3));
 }

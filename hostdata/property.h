@@ -4,13 +4,8 @@
 
 #include <cstdint>
 
-#include "kestrune/kestrune.h"
-
 /// Handler of SP_PROPERTY, get. pArg1: tagIDV of a log; CONFIG_TYPE_LOG with index 0 asks for all five. pArg2:
 /// uint32_t, capacity in items in, count out. pArg3: tagCONFIGITEM array, or null for the count alone.
 int32_t OnGetProperty(void* pArg1, void* pArg2, void* pArg3);
-
-/// The work behind it: `group` is a log's ID, or 0 for all five. Throws std::bad_alloc with nothing changed.
-int GetProperty(uint32_t group, uint32_t* count, tagCONFIGITEM* items);
 
 #endif  // KESTRUNE_HOSTDATA_PROPERTY_H_

@@ -33,8 +33,8 @@ class WriteRequest {
     if (item.pEntries == nullptr) return;
     for (const tagCONFIGENTRY& entry : std::span(item.pEntries, item.dwEntryCount)) {
       if ((entry.dwAttributes & CE_ATTRIBUTE_WRITABLE) == 0) continue;
-      if (entry.dwEntryID == CE_LEVEL) TakeLevel(entry.varValue);
-      if (entry.dwEntryID == CE_TEXT) TakeText(entry.varValue);
+      if (entry.dwEntryID == CE_LEVEL) ReadLevel(entry.varValue);
+      if (entry.dwEntryID == CE_TEXT) ReadText(entry.varValue);
     }
   }
 
@@ -43,12 +43,12 @@ class WriteRequest {
   void WriteToSystemLog() const { syslog(LOG_NOTICE, "%s%s", PrefixForLevel(level_), text_.data()); }
 
  private:
-  void TakeLevel(const tagVARIANT& value) {
+  void ReadLevel(const tagVARIANT& value) {
     level_ = static_cast<uint32_t>(value.value.ullVal);
     hasLevel_ = true;
   }
 
-  void TakeText(const tagVARIANT& value) {
+  void ReadText(const tagVARIANT& value) {
     if (value.vt != VT_BSTR || value.value.bstrVal == nullptr) return;
     std::array<char, TEXT_SIZE> text{};
     // A longer text is cut at a character's end; the last byte stays 0.

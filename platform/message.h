@@ -15,7 +15,7 @@ class MessageFormat {
  public:
   consteval MessageFormat(const char* text) : text_(text) {  // NOLINT(google-explicit-constructor): a literal is one
     const char* rest = text;
-    if (!(Takes<const char*>(rest) && (Takes<Args>(rest) && ...)) || Next(rest) != nullptr) {
+    if (!(Accepts<const char*>(rest) && (Accepts<Args>(rest) && ...)) || Next(rest) != nullptr) {
       throw "the format does not fit its arguments";
     }
   }
@@ -23,14 +23,14 @@ class MessageFormat {
   const char* Text() const { return text_; }
 
  private:
-  /// The conversion that comes next, behind its percent sign, or null.
+  /// What follows the next percent sign, or null.
   static constexpr const char* Next(const char* text) {
     while (*text != '\0' && *text != '%') ++text;
     return *text == '\0' ? nullptr : text + 1;
   }
 
   template <typename T>
-  static constexpr bool Takes(const char*& rest) {
+  static constexpr bool Accepts(const char*& rest) {
     const char* conversion = Next(rest);
     if (conversion == nullptr) return false;
     const bool isLong = *conversion == 'l';

@@ -7,10 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "kestrune/kestrune.h"
+#include "platform/selrecord.h"
 
-/// A System Event Log record, as the controller keeps it: 16 bytes, least significant byte first.
-using SELRecord = std::array<uint8_t, 16>;
+struct tagVARIANT;
 
 /// Exchange record of gmGetIPMIEntry, and one entry of the SEL cache.
 struct tagSEL_DATA {
@@ -22,6 +21,9 @@ static_assert(sizeof(tagSEL_DATA) == 20 && offsetof(tagSEL_DATA, abyRecord) == 4
 
 /// Next record ID of the last entry.
 inline constexpr uint16_t SEL_LAST_ENTRY = 0xFFFF;
+
+/// Entries that a log may have: record IDs have 16 bits. A controller that announces more is not believed.
+inline constexpr uint32_t SEL_ENTRIES_MAX = 0xFFFF;
 
 /// Information record of gmGetIPMIInfo. The host owns its layout; the card ID alone is read.
 struct tagIPMI_INFO {

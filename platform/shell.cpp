@@ -35,10 +35,11 @@ struct ClosePipe {
   void operator()(FILE* pipe) const { pclose(pipe); }
 };
 
-/// Reads a pipe to its end, as much as fits `text` with a NUL, whatever signals the host handles meanwhile.
-void ReadAll(FILE* pipe, std::span<char> text) {
+/// Reads a pipe to its first newline, as much as fits `text` with a NUL, whatever signals the host handles meanwhile.
+/// Not to the pipe's end: a child that the host has forked may hold that open for as long as it lives.
+void ReadLine(FILE* pipe, std::span<char> text) {
   size_t length = 0;
-  while (length + 1 < text.size()) {
+  while (length + 1 < text.size() && (length == 0 || text[length - 1] != '\n')) {
     const ssize_t taken = read(fileno(pipe), text.data() + length, text.size() - 1 - length);
     if (taken < 0 && errno == EINTR) continue;
     if (taken <= 0) break;
@@ -75,7 +76,7 @@ uint64_t ReadNumber(const char* format, ...) {
   const std::unique_ptr<FILE, ClosePipe> pipe(popen(line.Text(), "re"));  // NOLINT(cert-env33-c): as above
   if (pipe == nullptr) return 0;
   std::array<char, NUMBER_SIZE> text{};
-  ReadAll(pipe.get(), text);
+  ReadLine(pipe.get(), text);
   long number = 0;
   if (sscanf(text.data(), "%ld", &number) != 1 || number < 0) return 0;
   return static_cast<uint64_t>(number);

@@ -23,7 +23,8 @@ fail() {
 # The end for wrong arguments.
 wrong() { fail "$1" 2; }
 
-# Installs those of the packages $@ that are missing; quick and quiet when none is.
+# Installs those of the packages $@ that are missing; quick and quiet when none is. Under ctest, which sets
+# KESTRUNE_INSTALL=never, missing ones are an error: only who starts a script wants packages installed.
 install_missing() {
   local installed package missing=() as_root=(env)
   type -P dpkg-query apt-get >/dev/null || fail "no apt-get here; install what these Debian packages hold: $*"
@@ -32,6 +33,7 @@ install_missing() {
     [[ $installed == *" installed:$package "* ]] || missing+=("$package")
   done
   ((${#missing[@]})) || return 0
+  [[ ${KESTRUNE_INSTALL-} != never ]] || fail "missing packages, which a test does not install: ${missing[*]}"
   if ((EUID != 0)); then
     type -P sudo >/dev/null || fail "missing packages; as root, run: apt-get install -y ${missing[*]}"
     as_root=(sudo env)
@@ -43,11 +45,15 @@ install_missing() {
     fail "could not install: ${missing[*]}"
 }
 
-# Configures and builds preset $1, into build/$1 unless an option -B follows; what follows goes to the configuration.
+# Configures and builds preset $1, into build/$1 unless an option -B follows. What follows goes to the configuration; what
+# follows -- is built, in place of everything.
 build() {
-  local folder=build/$1 quiet=(--quiet) options=("$@")
+  local folder=build/$1 quiet=(--quiet) options=() targets=()
   [[ ${2-} != -B ]] || folder=$3
   [[ ! -t 1 ]] || quiet=()
+  while (($#)) && [[ $1 != -- ]]; do options+=("$1") && shift; done
+  (($# == 0)) || targets=(--target "${@:2}")
   say "building $folder"
-  (cd "$root" && cmake --preset "${options[@]}" >/dev/null && cmake --build "$folder" -- -j "$(nproc)" "${quiet[@]}")
+  (cd "$root" && cmake --preset "${options[@]}" >/dev/null &&
+    cmake --build "$folder" "${targets[@]}" -- -j "$(nproc)" "${quiet[@]}")
 }

@@ -1,5 +1,6 @@
 #include "sel/selcache.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/message.h"
@@ -74,7 +75,7 @@ void ReadBMCSELToCache() {
   if (g_uiSELCacheCount != 0 && (WasRewritten() || count < g_uiSELCacheCount)) ClearSELDataCache();
   const uint16_t start = FirstNewEntry();
   const CountKeeper keeper;
-  if (!AppendEntries(start, count - g_uiSELCacheCount)) return;
+  if (!AppendEntries(start, std::min(count, SEL_ENTRIES_MAX) - g_uiSELCacheCount)) return;
   if (g_vSELDataCache.size() != count) {
     Debug("Dbg (%s:ReadBMCSELToCache): the cache data doesn't match the BMC SEL! cache %d return count %d\n",
           static_cast<int>(g_vSELDataCache.size()), static_cast<int>(count));

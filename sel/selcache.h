@@ -20,8 +20,8 @@ extern uint32_t g_uiLastSELRecordID;
 void ClearSELDataCache();
 
 /// Brings the cache up to date: reads what was added to the controller's log, or all of it when the log was cleared or
-/// rewritten. A controller that fails on the way leaves what was read until then. Never reads more entries than the
-/// controller announced, whatever it chains. Throws std::bad_alloc, with the counters right.
+/// rewritten. A controller that fails on the way leaves what was read until then. Never holds more entries than the
+/// controller announced, or than SEL_ENTRIES_MAX, whatever it chains. Throws std::bad_alloc, with the counters right.
 void ReadBMCSELToCache();
 
 #endif  // KESTRUNE_SEL_SELCACHE_H_

@@ -1,5 +1,6 @@
 #include "sel/seldump.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -29,7 +30,7 @@ void DumpControllerLog() {
   }
   printf("Get SEL count = %d\n", static_cast<int>(count));
   tagSEL_DATA entry{};
-  for (uint32_t read = 0; read < count && entry.wRecordID != SEL_LAST_ENTRY; ++read) {
+  for (uint32_t read = 0; read < std::min(count, SEL_ENTRIES_MAX) && entry.wRecordID != SEL_LAST_ENTRY; ++read) {
     if (gmGetIPMIEntry(&entry) != 0) {
       PrintEntry(entry);
     } else {

@@ -3,40 +3,21 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <array>
-#include <chrono>
-#include <cstring>
 #include <memory>
 #include <new>
-#include <span>
-#include <string_view>
 
-#include "platform/boundedtext.h"
+#include "platform/filestatus.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
 #include "sel/selcache.h"
+#include "sel/selline.h"
 #include "sel/sellogfile.h"
-#include "translate/description.h"
-#include "translate/sensor.h"
 
 namespace {
 
 constexpr char COPY_PREFIX[] = "/tmp/__sellog__tmp";
 constexpr char COPY_COMMAND[] = "cp -f %s %s 2>/dev/null";
-
-/// Fields of a record.
-constexpr size_t RECORD_TIME = 3;
-constexpr size_t RECORD_FORMAT = 9;
-/// The event message format that the tables describe.
-constexpr uint8_t RECORD_FORMAT_IPMI = 4;
-
-/// What stands before a line: its origin.
-constexpr std::string_view FROM_CONTROLLER = "0|";
-constexpr std::string_view FROM_FILE = "1|";
-
-/// Longest part of a sensor's name that is shown.
-constexpr size_t SENSOR_COLUMN_MAX = 65;
 
 /// Positions from `first` to `last`, or none when either is 0.
 struct Positions {
@@ -54,7 +35,7 @@ struct Selection {
   uint64_t Count() const { return cache.Count() + file.Count(); }
 };
 
-/// A range within `inCache` entries and `inFile` records behind them. Throws 1 when it begins behind its end.
+/// Selects a range of a list of `inCache` entries, followed by `inFile` records. Throws 1 when it begins after its end.
 Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint64_t* end) {
   Selection selection;
   if (begin == nullptr || end == nullptr) {
@@ -82,56 +63,6 @@ Selection Select(uint64_t inCache, uint64_t inFile, const uint64_t* begin, uint6
   return selection;
 }
 
-uint32_t ReadTime(const SELRecord& record) {
-  uint32_t time = 0;
-  for (size_t i = 0; i < sizeof(time); ++i) time |= static_cast<uint32_t>(record.at(RECORD_TIME + i)) << (8 * i);
-  return time;
-}
-
-/// The numbers of a clock and of a month's days, in two places.
-constexpr auto TWO_DIGITS = [] {
-  std::array<std::array<char, 2>, 60> texts{};
-  for (unsigned int i = 0; i < texts.size(); ++i) {
-    texts.at(i) = {static_cast<char>('0' + i / 10), static_cast<char>('0' + i % 10)};
-  }
-  return texts;
-}();
-
-/// Writes a time stamp as asctime does, without day of the week and year, but in UTC and in every locale alike. Returns
-/// its length, for which there must be room.
-size_t WriteTime(uint32_t stamp, std::span<char> text) {
-  static constexpr std::string_view MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec";
-  static constexpr std::string_view FORM = "Mmm dd hh:mm:ss";
-  constexpr uint32_t SECONDS_A_DAY = 24 * 60 * 60;
-  const std::chrono::year_month_day date{std::chrono::sys_days(std::chrono::days(stamp / SECONDS_A_DAY))};
-  const uint32_t secondOfDay = stamp % SECONDS_A_DAY;
-  const auto put = [text](size_t column, size_t number) {
-    memcpy(text.data() + column, TWO_DIGITS[number].data(), TWO_DIGITS[number].size());
-  };
-  FORM.copy(text.data(), FORM.size());
-  MONTHS.copy(text.data(), 3, 3 * (size_t{static_cast<unsigned int>(date.month())} - 1));
-  put(4, static_cast<unsigned int>(date.day()));
-  if (text[4] == '0') text[4] = ' ';
-  put(7, secondOfDay / 3600);
-  put(10, secondOfDay / 60 % 60);
-  put(13, secondOfDay % 60);
-  return FORM.size();
-}
-
-/// Writes a record's line, as FormatSELLine does, and returns its length.
-size_t WriteLine(const SELRecord& record, char* line) {
-  BoundedText text({line, SEL_LINE_SIZE - FROM_CONTROLLER.size() - 1});
-  text.Take(WriteTime(ReadTime(record), text.Rest()));
-  text.Append("|");
-  // One record is one line, and its sensor ends at the next separator, whatever names the host gives.
-  SensorName(record).AppendTo(text, SENSOR_COLUMN_MAX, '|', '\n');
-  text.Append("|");
-  text.Take(Describe(record, text.Rest(), '\n'));
-  // The newline has its place even where the description was cut.
-  memcpy(line + text.Length(), "\n", 2);
-  return text.Length() + 1;
-}
-
 /// The lines of a request, each SEL_LINE_SIZE bytes at most.
 class SELText {
  public:
@@ -144,10 +75,8 @@ class SELText {
     text_[0] = '\0';
   }
 
-  void Append(std::string_view origin, const SELRecord& record) {
-    char* line = text_.get() + used_;
-    memcpy(line, origin.data(), origin.size());
-    used_ += origin.size() + WriteLine(record, line + origin.size());
+  void Append(char origin, const SELRecord& record) {
+    used_ += WriteSELLine(origin, record, text_.get() + used_);
     ++lines_;
   }
 
@@ -167,7 +96,7 @@ void AppendFromFile(SELText& text, const TemporaryFile& copy, uint64_t total, Po
     const std::unique_ptr<SELRecord[]> records = ReadSELLogFile(copy, total - positions.last, count);
     for (uint64_t i = count; i-- > 0;) {
       if (records[i].at(RECORD_FORMAT) == RECORD_FORMAT_IPMI) {
-        text.Append(FROM_FILE, records[i]);
+        text.Append(SEL_FROM_FILE, records[i]);
       } else {
         Debug("Dbg (%s:ReadSELLogFile): Unknow SEL entry format, may have bug!\n");
       }
@@ -187,7 +116,7 @@ static SELText ReadSELData(const Selection& selection, const TemporaryFile& copy
     if (selection.cache.Count() != 0) {
       const size_t size = g_vSELDataCache.size();
       for (uint64_t k = selection.cache.first; k <= selection.cache.last; ++k) {
-        text.Append(FROM_CONTROLLER, g_vSELDataCache[size - k].abyRecord);
+        text.Append(SEL_FROM_CONTROLLER, g_vSELDataCache[size - k].abyRecord);
       }
     }
     if (selection.file.Count() != 0) AppendFromFile(text, copy, inFile, selection.file);
@@ -202,9 +131,11 @@ namespace {
 
 /// Copies the SEL log file, so that its writer cannot change it between check and read.
 void CopyLogFile(const char* file, TemporaryFile& copy) {
-  if (!ClearName(copy.Path()) || !CommandFits(COPY_COMMAND, file, copy.Path())) return;
-  // Where there is nothing to copy, nothing is made: a missing file must be found missing.
-  if (IsReadable(file) && IsRegularFile(file) && copy.Make()) RunCommand(COPY_COMMAND, file, copy.Path());
+  if (IsFileExist(file) != 0 && !IsPlainFile(file)) return;  // counts as missing: to copy it may never end
+  if (!CommandFits(COPY_COMMAND, file, copy.Path()) || !copy.Make()) return;
+  RunCommand(COPY_COMMAND, file, copy.Path());
+  // A file that is missing must be found missing.
+  if (!IsReadable(file) && SizeOf(copy.Path()) == 0) copy.Remove();
 }
 
 }  // namespace
@@ -230,7 +161,4 @@ uint64_t SELLogFilter(const char* file, char** out, uint64_t* begin, uint64_t* e
   }
 }
 
-int FormatSELLine(const SELRecord* record, char* line) {
-  WriteLine(*record, line);
-  return 1;
-}
+void RemoveLeftCopies() { RemoveTemporaryFiles(COPY_PREFIX); }

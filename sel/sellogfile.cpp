@@ -3,10 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdio>
 #include <new>
-#include <numeric>
 
 #include "platform/message.h"
 #include "platform/privatefile.h"
@@ -14,37 +12,26 @@
 namespace {
 
 /// Whether a copy was made and can be read. What may stand under the name of one that was not made is somebody else's.
-bool IsThere(const TemporaryFile& copy) { return copy.IsMade() && access(copy.Path(), R_OK) == 0; }
-
-using Header = std::array<uint8_t, SEL_LOG_HEADER_SIZE>;
-
-/// The size that a header states.
-int32_t StatedSize(const Header& header) {
-  uint32_t size = 0;
-  for (size_t i = 0; i < sizeof(size); ++i) {
-    size |= static_cast<uint32_t>(header.at(SEL_LOG_SIZE_OFFSET + i)) << (8 * i);
-  }
-  return static_cast<int32_t>(size);
-}
+bool IsThere(const TemporaryFile& copy) { return copy.IsOurs() && access(copy.Path(), R_OK) == 0; }
 
 /// Checks an open file and returns the number of its records. Throws 1, after a message, when something is wrong.
-uint64_t CountRecords(FILE* stream, const char* file) {
-  Header header{};
+uint64_t CheckStream(FILE* stream, const char* file) {
+  SELLogHeader header{};
   if (fread(header.data(), header.size(), 1, stream) != 1) {
     Error("Err (%s:CheckSELLogFile): read \"%s\" failed!\n", file);
     throw 1;
   }
-  if (std::accumulate(header.begin(), header.end(), 0U) % 256 != 0) {
+  if (SumOf(header) != 0) {
     Error("Err (%s:CheckSELLogFile): file \"%s\" CRC check failed\n", file);
     throw 1;
   }
-  const int32_t size = StatedSize(header);
+  const auto size = static_cast<int32_t>(ReadLittleEndian<uint32_t>(header.data() + SEL_LOG_SIZE));
   struct stat status {};
   if (fstat(fileno(stream), &status) != 0 || status.st_size != size) {
     Error("Err (%s:CheckSELLogFile): fstat \"%s\" error!\n", file);
     throw 1;
   }
-  const int64_t recordBytes = int64_t{size} - static_cast<int64_t>(SEL_LOG_HEADER_SIZE);
+  const int64_t recordBytes = int64_t{size} - static_cast<int64_t>(sizeof(SELLogHeader));
   if (recordBytes <= 0 || recordBytes % static_cast<int64_t>(sizeof(SELRecord)) != 0) {
     Error("Err (%s:CheckSELLogFile): File size invalid: %d\n", size);
     throw 1;
@@ -52,7 +39,7 @@ uint64_t CountRecords(FILE* stream, const char* file) {
   return static_cast<uint64_t>(recordBytes) / sizeof(SELRecord);
 }
 
-uint64_t OpenAndCountRecords(const TemporaryFile& copy) {
+uint64_t OpenAndCheck(const TemporaryFile& copy) {
   const char* file = copy.Path();
   if (!IsThere(copy)) {
     Debug("Dbg (%s:CheckSELLogFile): File %s doesn't exist!\n", file);
@@ -63,14 +50,14 @@ uint64_t OpenAndCountRecords(const TemporaryFile& copy) {
     Error("Err (%s:CheckSELLogFile): Can't open %s\n", file);
     throw 1;
   }
-  return CountRecords(stream.get(), file);
+  return CheckStream(stream.get(), file);
 }
 
 }  // namespace
 
 uint64_t CheckSELLogFile(const TemporaryFile& copy) {
   try {
-    return OpenAndCountRecords(copy);
+    return OpenAndCheck(copy);
   } catch (int) {
     Output(OUTPUT_DEBUG, "Dbg (SELLogFilter): SEL log file verify error!\n");
     return 0;
@@ -92,7 +79,7 @@ std::unique_ptr<SELRecord[]> ReadSELLogFile(const TemporaryFile& copy, uint64_t 
     Error("Err (%s:ReadSELLogFile): Can't open %s\n", file);
     throw 1;
   }
-  const uint64_t offset = SEL_LOG_HEADER_SIZE + first * sizeof(SELRecord);
+  const uint64_t offset = sizeof(SELLogHeader) + first * sizeof(SELRecord);
   if (fseek(stream.get(), static_cast<long>(offset), SEEK_SET) != 0) {
     Error("Err (%s:ReadSELLogFile): fseek \"%s\" error\n", file);
     throw 1;

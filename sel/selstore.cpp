@@ -3,14 +3,14 @@
 #include "platform/message.h"
 #include "platform/nubo.h"
 #include "sel/selcache.h"
-#include "sel/sensorid.h"
 #include "translate/resmgr.h"
+#include "translate/sensorid.h"
 
 uint32_t gmEnable = 0;
 
 namespace {
 
-/// The steps behind the hardware-access module's start. Throws std::bad_alloc.
+/// The steps that follow the start of the hardware-access module. Throws std::bad_alloc.
 bool StartUsing() {
   tagIPMI_INFO info{};
   if (gmGetIPMIInfo(&info) == 0) {

@@ -1,21 +1,26 @@
 /// main.cpp: kestrune-host, which loads a module as the host agent does and shows what it delivers.
 #include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
-#include <filesystem>
+#include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "standin/cmdline.h"
 #include "standin/failure.h"
-#include "standin/machine.h"
+#include "standin/host.h"
+#include "standin/messages.h"
 #include "standin/module.h"
+#include "standin/recordlog.h"
 #include "standin/requests.h"
 #include "standin/selfile.h"
 #include "standin/table.h"
@@ -56,17 +61,11 @@ void RequireCommands() {
   if (!missing.empty()) throw Failure(kRequestFailed, "commands that the module runs are not in PATH:" + missing);
 }
 
-/// Makes the machine that the options describe. All of it has to be there before the module starts.
-void SetUpMachine(const Options& options) {
-  machine.verbose = options.verbose;
-  machine.distribution = options.distribution;
-  if (options.sel) machine.sel = ReadRawRecords(*options.sel, kMaxSelRecords);
-  unsetenv(kSensorsVariable);
-  if (options.sensors) {
-    machine.sensors = ReadSensors(*options.sensors);
-    setenv(kSensorsVariable, std::filesystem::absolute(*options.sensors).c_str(), 1);
-  }
-  if (options.sel_log) LaySelLog(*options.sel_log);
+/// The controller that the options describe.
+std::unique_ptr<Controller> MakeController(const Options& options) {
+  Sensors sensors = options.sensors ? ReadSensors(*options.sensors) : Sensors();
+  if (!options.sel) return std::make_unique<NoController>();
+  return std::make_unique<RecordLog>(ReadRawRecords(*options.sel, kMaxSelRecords), std::move(sensors));
 }
 
 /// Runs a sub-command that has the module do something. Returns what is to be shown of it.
@@ -81,8 +80,23 @@ Table AskModule(const Module& module, const Options& options) {
     return ReadSettings(module);
   }
   if (options.command == "write") WriteMessage(module, options.level, options.text);
-  if (options.command == "dump-sel") module.DumpSel();
   return {};
+}
+
+/// Runs the sub-command with a module of its own. Returns what is to be shown of it.
+Table LoadAndAsk(const Options& options) {
+  std::optional<StreamGuard> guard(options.verbose);
+  const Module module(options.module);
+  Start(module);
+  if (options.command == "dump-sel") {
+    guard.reset();
+    module.ShowBMCSELLogDebug();
+    if (std::fflush(stdout) != 0 && errno != EPIPE) {
+      throw Failure(kRequestFailed, std::string("cannot write to standard output: ") + std::strerror(errno));
+    }
+    guard.emplace(options.verbose);
+  }
+  return AskModule(module, options);
 }
 
 void Show(const Table& table, const std::string& format) {
@@ -102,9 +116,14 @@ void Run(const Options& options) {
     PackSelLog(options.raw, options.packed);
   } else {
     RequireCommands();
-    SetUpMachine(options);
+    // All of the machine has to be there before the module starts.
+    const std::unique_ptr<Controller> controller = MakeController(options);
+    host->controller = controller.get();
+    host->dist = options.distribution;
+    TakeMessages(options.verbose);
+    if (options.sel_log) LaySelLog(*options.sel_log);
     // The module is stopped before anything is shown: a reader may take its time.
-    const Table table = AskModule(Module(options.module), options);
+    const Table table = LoadAndAsk(options);
     if (!table.columns.empty()) Show(table, options.format);
   }
 }

@@ -1,8 +1,7 @@
-/// module.h: a loaded and started module, driven through its entry points alone.
+/// module.h: a module, loaded from its file: its entry points and data, looked up by their names.
 #ifndef KESTRUNE_STANDIN_MODULE_H_
 #define KESTRUNE_STANDIN_MODULE_H_
 
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -11,37 +10,42 @@
 namespace standin {
 
 class Module {
+  // Above the names, which are looked up in it.
+  struct Close {
+    void operator()(void* handle) const;
+  };
+  std::string path_;
+  std::unique_ptr<void, Close> handle_;
+
+  void* FindSymbol(const char* name) const;
+
  public:
-  /// Loads and starts the module at `path`. Throws Failure.
+  /// Loads the module at `path`; a name without a slash is a file here. Throws Failure for what is no module.
   explicit Module(const std::string& path);
 
   /// Stops and unloads it.
-  ~Module();
+  ~Module() { Unload(); }
 
   Module(const Module&) = delete;
   Module& operator=(const Module&) = delete;
 
-  /// Sends one request. Returns whether it succeeded.
-  bool Request(uint32_t operation, const char* name, void* arg1, void* arg2, void* arg3) const;
+  /// Stops and unloads it, after which nothing of it may be used. Returns whether it has left the process.
+  bool Unload();
 
-  /// Has the module print its dump of the controller's log on standard output.
-  void DumpSel() const;
+  /// Throws Failure when the module has no such name.
+  template <typename Pointer>
+  Pointer Find(const char* name) const {
+    return reinterpret_cast<Pointer>(FindSymbol(name));
+  }
 
-  bool repeat_event() const { return *repeat_event_ != 0; }
-  uint32_t update_interval() const { return *update_interval_; }
-
- private:
-  struct Unload {
-    void operator()(void* handle) const;
-  };
-
-  std::unique_ptr<void, Unload> handle_;
-  decltype(&SPInitialize) initialize_;
-  decltype(&SPUninitialize) uninitialize_;
-  decltype(&SPConfig) config_;
-  decltype(&ShowBMCSELLogDebug) dump_;
-  const uint32_t* repeat_event_;
-  const uint32_t* update_interval_;
+// The member `name`, which points to what the module exports under it.
+#define KESTRUNE_MODULE_NAME(name) const decltype(&::name) name = Find<decltype(&::name)>(#name)
+  KESTRUNE_MODULE_NAME(SPInitialize);
+  KESTRUNE_MODULE_NAME(SPUninitialize);
+  KESTRUNE_MODULE_NAME(SPConfig);
+  KESTRUNE_MODULE_NAME(ShowBMCSELLogDebug);
+  KESTRUNE_MODULE_NAME(g_bRepeatEvent);
+  KESTRUNE_MODULE_NAME(g_uiUpdateInterval);
 };
 
 }  // namespace standin

@@ -6,27 +6,13 @@
 #include <vector>
 
 #include "standin/failure.h"
-#include "standin/machine.h"
+#include "standin/items.h"
+#include "standin/messages.h"
 
 namespace standin {
 namespace {
 
-/// One item of an array handed to the module. The entries that come back in it are the host's to free.
-struct Item : tagCONFIGITEM {
-  Item() noexcept : tagCONFIGITEM{} {}
-  Item(Item&& other) noexcept : tagCONFIGITEM(other) { other.pEntries = nullptr; }
-  Item& operator=(Item&&) = delete;
-  ~Item() { delete[] pEntries; }
-
-  /// The value of the entry with this ID, or null.
-  tagVARIANT* Find(uint32_t id) const {
-    for (uint32_t i = 0; i < dwEntryCount; ++i) {
-      if (pEntries[i].dwEntryID == id) return &pEntries[i].varValue;
-    }
-    return nullptr;
-  }
-};
-static_assert(sizeof(Item) == sizeof(tagCONFIGITEM));
+constexpr uint64_t kStartSettings = uint64_t{5000} << 32;
 
 /// How often a list is asked for that grew between the two calls.
 constexpr int kAttempts = 5;
@@ -37,6 +23,10 @@ constexpr uint32_t kSpare = 1;
 [[noreturn]] void Refused(const char* request) {
   const std::string reason = LastError();
   throw Failure(kRequestFailed, std::string("the module refused ") + request + (reason.empty() ? "" : ": ") + reason);
+}
+
+bool Request(const Module& module, uint32_t operation, const char* name, void* arg1, void* arg2, void* arg3) {
+  return module.SPConfig(operation, name, arg1, arg2, arg3) != 0;
 }
 
 /// `ask(count, records)` sends the request: without records for the count, then with room for `count` of them; it
@@ -57,30 +47,15 @@ std::vector<Record> Fetch(const char* request, Ask ask) {
   Refused(request);
 }
 
-tagIDV LogIdentifier(uint16_t id) {
-  tagIDV identifier{};
-  identifier.dwIDVType = IDV_CONFIGGROUP;
-  identifier.id.group.wConfigGroupID = id;
-  return identifier;
-}
-
-/// Without an instance index, the identifier of all logs at once.
-tagIDV AllLogsIdentifier() {
-  tagIDV identifier{};
-  identifier.dwIDVType = IDV_CONFIGTYPE;
-  identifier.id.type.dwConfigTypeID = CONFIG_TYPE_LOG;
-  return identifier;
-}
-
 std::vector<Item> ReadProperties(const Module& module, tagIDV identifier) {
   return Fetch<Item>(SP_PROPERTY, [&](uint32_t& count, Item* items) {
-    return module.Request(SP_OP_GET, SP_PROPERTY, &identifier, &count, items);
+    return Request(module, SP_OP_GET, SP_PROPERTY, &identifier, &count, items);
   });
 }
 
 std::vector<tagCONFIGGROUP> ReadGroups(const Module& module) {
   auto groups = Fetch<tagCONFIGGROUP>(SP_CONFIGGROUPS, [&](uint32_t& count, tagCONFIGGROUP* records) {
-    return module.Request(SP_OP_GET, SP_CONFIGGROUPS, &count, records, nullptr);
+    return Request(module, SP_OP_GET, SP_CONFIGGROUPS, &count, records, nullptr);
   });
   groups.erase(std::remove_if(groups.begin(), groups.end(),
                               [](const auto& group) { return group.wParentGroupID != CONFIG_GROUP_LOGS; }),
@@ -89,15 +64,15 @@ std::vector<tagCONFIGGROUP> ReadGroups(const Module& module) {
 }
 
 std::vector<Item> ReadItems(const Module& module, uint16_t id, const std::optional<Lines>& lines) {
-  tagIDV identifier = LogIdentifier(id);
+  tagIDV identifier = Group(id);
   if (!lines) {
     return Fetch<Item>(SP_CONFIGITEM, [&](uint32_t& count, Item* items) {
-      return module.Request(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, items);
+      return Request(module, SP_OP_GET, SP_CONFIGITEM, &identifier, &count, items);
     });
   }
   return Fetch<Item>(SP_CONFIGITEMEX, [&](uint32_t& count, Item* items) {
     tagITEMRANGE range{lines->begin, lines->end, 0, count};
-    const bool done = module.Request(SP_OP_GET, SP_CONFIGITEMEX, &identifier, &range, items);
+    const bool done = Request(module, SP_OP_GET, SP_CONFIGITEMEX, &identifier, &range, items);
     count = range.dwCount;
     return done;
   });
@@ -125,9 +100,16 @@ std::wstring Hexadecimal(uint64_t word, int digits) {
 
 }  // namespace
 
+void Start(const Module& module) {
+  uint32_t out = 0;
+  if (module.SPInitialize(&kStartSettings, &out) == 0) {
+    throw Failure(kRequestFailed, "the module refused to start: " + LastError());
+  }
+}
+
 Table ListLogs(const Module& module) {
   const std::vector<tagCONFIGGROUP> groups = ReadGroups(module);
-  const std::vector<Item> properties = ReadProperties(module, AllLogsIdentifier());
+  const std::vector<Item> properties = ReadProperties(module, Type(CONFIG_TYPE_LOG));  // all logs
   Table table{{{"name"}, {"id"}, {"records", true}}, {}};
   for (size_t i = 0; i < kLogs.size(); ++i) {
     const LogName& log = kLogs[i];
@@ -165,7 +147,7 @@ Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lin
 
 void WriteMessage(const Module& module, uint32_t level, const std::wstring& text) {
   // The property of a log, filled in and sent back; which log it is makes no difference.
-  tagIDV identifier = LogIdentifier(LOG_MESSAGES);
+  tagIDV identifier = Group(LOG_MESSAGES);
   std::vector<Item> items = ReadProperties(module, identifier);
   for (Item& item : items) {
     if (tagVARIANT* value = item.Find(CE_LEVEL)) value->value.llVal = level;
@@ -177,20 +159,20 @@ void WriteMessage(const Module& module, uint32_t level, const std::wstring& text
     }
   }
   auto count = static_cast<uint32_t>(items.size());
-  if (!module.Request(SP_OP_SET, SP_PROPERTY, &identifier, &count, items.data())) Refused(SP_PROPERTY);
+  if (!Request(module, SP_OP_SET, SP_PROPERTY, &identifier, &count, items.data())) Refused(SP_PROPERTY);
 }
 
 Table ReadSettings(const Module& module) {
   uint64_t word = 0;
-  if (!module.Request(SP_OP_GET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
+  if (!Request(module, SP_OP_GET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
   return {{{"setting"}, {"value"}},
           {{L"word", Hexadecimal(word, 16)},
-           {L"repeat-event", module.repeat_event() ? L"on" : L"off"},
-           {L"update-interval", std::to_wstring(module.update_interval())}}};
+           {L"repeat-event", *module.g_bRepeatEvent != 0 ? L"on" : L"off"},
+           {L"update-interval", std::to_wstring(*module.g_uiUpdateInterval)}}};
 }
 
 void WriteSettings(const Module& module, uint64_t word) {
-  if (!module.Request(SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
+  if (!Request(module, SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
 }
 
 }  // namespace standin

@@ -32,6 +32,9 @@ struct Lines {
 
 // All of these throw Failure when the module refuses a request.
 
+/// Starts the module with the host's settings: no repeated events, an update interval of 5000.
+void Start(const Module& module);
+
 /// The logs that the module offers: name, ID, records.
 Table ListLogs(const Module& module);
 

@@ -35,17 +35,21 @@ std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit) {
   return records;
 }
 
-void PackSelLog(const std::string& raw_path, const std::string& path) {
-  const std::vector<SELRecord> records = ReadRawRecords(raw_path);
-  if (records.empty()) {
-    throw Failure(kWrongArguments, "'" + raw_path + "' is empty: a SEL log file holds at least one record");
-  }
+std::string MakeSelLog(const std::vector<SELRecord>& records) {
   const size_t size = kHeaderSize + records.size() * kRecordSize;
   std::string contents(kHeaderSize, '\0');
   for (size_t i = 0; i < 4; ++i) contents[4 + i] = static_cast<char>(size >> (8 * i) & 0xFF);
   contents[8] = static_cast<char>(-std::accumulate(contents.begin(), contents.end(), 0));
   for (const SELRecord& record : records) contents.append(record.begin(), record.end());
-  WriteFile(path, contents);
+  return contents;
+}
+
+void PackSelLog(const std::string& raw_path, const std::string& path) {
+  const std::vector<SELRecord> records = ReadRawRecords(raw_path);
+  if (records.empty()) {
+    throw Failure(kWrongArguments, "'" + raw_path + "' is empty: a SEL log file holds at least one record");
+  }
+  WriteFile(path, MakeSelLog(records));
 }
 
 void LaySelLog(const std::string& path) {

@@ -19,6 +19,9 @@ namespace standin {
 /// Reads a raw file. Throws Failure (wrong arguments) for a size that does not fit, or more than `limit` records.
 std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit = SIZE_MAX);
 
+/// The contents of the SEL log file of these records, oldest first.
+std::string MakeSelLog(const std::vector<SELRecord>& records);
+
 /// Writes the records of the raw file `raw_path` as the SEL log file `path`. Throws Failure.
 void PackSelLog(const std::string& raw_path, const std::string& path);
 

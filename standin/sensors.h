@@ -1,7 +1,7 @@
-/// sensors.h: the description of a machine's sensors, from which the stand-in controller and the stand-in resource
-/// manager answer.
+/// sensors.h: a machine's sensors, from which the stand-in controller and the stand-in resource manager answer, and the
+/// files that describe them.
 ///
-/// A JSON object with the one member "sensors", an array of objects:
+/// Such a file is a JSON object with the one member "sensors", an array of objects:
 ///
 ///   "number"          0 to 255, the controller's number of the sensor
 ///   "hostId"          0 to 4294967295, the host's ID of it
@@ -22,9 +22,6 @@
 #include "standin/linearisation.h"
 
 namespace standin {
-
-/// Names the description's file to the resource-manager library.
-inline constexpr const char* kSensorsVariable = "KESTRUNE_SENSORS";
 
 struct Sensor {
   uint8_t number = 0;

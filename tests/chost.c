@@ -1,5 +1,5 @@
-/* A host in C, with the public header alone: loads the module, reads a log through it, stops it, and sees it leave the
- * process. */
+/* A host in C, with the public header and the functions that the header tells a host to export, and nothing else. It
+ * loads the module, reads a log through it, stops it, and sees it leave the process. */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -7,7 +7,7 @@
 
 #include "kestrune/kestrune.h"
 
-/* What the module wants of its host. Without a controller none of the others is ever called. */
+/* This machine is supported and has no controller. */
 void Output(int level, const char* format, ...) { (void)level, (void)format; }
 int GeneralOSSupportChecking(void) { return 1; }
 #define ANSWERS_ZERO(name) \
@@ -23,12 +23,6 @@ ANSWERS_ZERO(gmEnterMutex)
 ANSWERS_ZERO(gmExitMutex)
 ANSWERS_ZERO(gmExecSensorValue)
 
-static void* Find(void* module, const char* name, void* function, size_t size) {
-  void* symbol = dlsym(module, name);
-  memcpy(function, &symbol, size);
-  return symbol;
-}
-
 #define REQUIRE(condition)                                               \
   do {                                                                   \
     if (!(condition)) {                                                  \
@@ -37,10 +31,12 @@ static void* Find(void* module, const char* name, void* function, size_t size) {
     }                                                                    \
   } while (0)
 
+/* Finds the entry point `name` and assigns it to `variable`, which has the type that the header declares. */
+#define ENTRY_POINT(variable, name)                                                   \
+  __typeof__(&name) variable = __extension__(__typeof__(&name)) dlsym(module, #name); \
+  REQUIRE(variable != NULL)
+
 int main(int argc, char** argv) {
-  int32_t (*initialize)(const uint64_t*, uint32_t*);
-  int32_t (*uninitialize)(void);
-  int32_t (*config)(uint32_t, const char*, void*, void*, void*);
   REQUIRE(argc == 2 && getenv("KESTRUNE_PRIVATE_MACHINE") != NULL);
   FILE* log = fopen("/var/log/messages", "wx");
   REQUIRE(log != NULL);
@@ -49,12 +45,13 @@ int main(int argc, char** argv) {
 
   for (int round = 0; round < 2; ++round) {
     void* module = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
+    if (module == NULL) fprintf(stderr, "%s\n", dlerror());
     REQUIRE(module != NULL);
-    REQUIRE(Find(module, "SPInitialize", &initialize, sizeof(initialize)));
-    REQUIRE(Find(module, "SPUninitialize", &uninitialize, sizeof(uninitialize)));
-    REQUIRE(Find(module, "SPConfig", &config, sizeof(config)));
-    const char* version = dlsym(module, "kestrune_version");
-    REQUIRE(version != NULL && strcmp(version, "kestrune__version 2.01") == 0);
+    ENTRY_POINT(initialize, SPInitialize);
+    ENTRY_POINT(uninitialize, SPUninitialize);
+    ENTRY_POINT(config, SPConfig);
+    ENTRY_POINT(version, kestrune_version);
+    REQUIRE(strcmp(*version, "kestrune__version " KESTRUNE_VERSION) == 0);
 
     uint32_t out = 0, count = 7;
     tagIDV messages = {.dwIDVType = IDV_CONFIGTYPE, .id.type = {.dwConfigTypeID = LOG_MESSAGES}};

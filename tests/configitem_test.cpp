@@ -51,8 +51,8 @@ TEST_F(ConfigItemTest, PlainReplyAndItsCapacity) {
 }
 
 TEST_F(ConfigItemTest, LogsThatAreMissingOrEmptyOrNoFiles) {
-  machine::WriteFile(kMessages, "");
-  machine::PlantFolder("/var/log/agent.log");
+  machine::PlantLink(kMessages, "/dev/null");
+  machine::PlantLink("/var/log/agent.log", "/dev/zero");
   machine::PlantFIFO("/var/log/cron");
   machine::WriteFile("/var/log/spooler", "");
   const HostModule& module = Start();
@@ -66,16 +66,21 @@ TEST_F(ConfigItemTest, LogsThatAreMissingOrEmptyOrNoFiles) {
     EXPECT_EQ(reply.Head(), (Head{1, 0, 0, 0}));
     Lines said = {"2048 Dbg (kestrune): in OnGetConfigItem\n"};
     if (id == LOG_SECURE) said.push_back(Err("LogFilter", "File /var/log/secure doesn't exist!"));
+    if (id == LOG_AGENT) said.push_back(Err("LogFilter", "File /var/log/agent.log doesn't exist!"));
     if (id == LOG_APPLICATION) said.emplace_back("2048 DBG (kestrune:LogFilter): no need merge!\n");
-    if (id != LOG_SECURE && id != LOG_SEL) said.push_back(Dbg("LogFilter", "empty file!"));
+    if (id == LOG_APPLICATION || id == LOG_MESSAGES) said.push_back(Dbg("LogFilter", "empty file!"));
     EXPECT_EQ(reply.messages, said);
   }
   machine::Remove("/var/log/agent.log");
   machine::WriteFile("/var/log/agent.log", MakeLog(2));
-  EXPECT_EQ(Query(module, Group(LOG_AGENT)).count, 2U) << "the folder has gone";
-  machine::Remove("/var/log/agent.log");
-  machine::PlantFIFO("/var/log/agent.log");
-  EXPECT_EQ(Query(module, Group(LOG_SECURE)).count + Query(module, Group(LOG_AGENT)).count, 0U);
+  EXPECT_EQ(Query(module, Group(LOG_AGENT)).count, 2U) << "the device has gone";
+  Query(module, Group(LOG_MESSAGES));
+  for (const auto plant : {machine::PlantFIFO, machine::PlantFolder}) {
+    machine::Remove("/var/log/agent.log");
+    plant("/var/log/agent.log");
+    EXPECT_EQ(Query(module, Group(LOG_AGENT)).messages.back(),
+              Err("LogFilter", "File /var/log/agent.log doesn't exist!"));
+  }
   alarm(0);
 }
 

@@ -97,8 +97,8 @@ TEST_F(FilterTest, ThirtyThousandLines) {
   machine::Remove(kCache);
   {
     machine::Commands commands;
-    commands.Before("tail", "$real \"$@\" | awk '{print; exit}'; exit");
-    EXPECT_EQ(Count(LOG_SECURE), 0U) << "cut short";
+    commands.Before("tail", "$real \"$@\" | awk '{ printf \"%s%s\", NR > 1 ? \"\\n\" : \"\", $0 }'; exit");
+    EXPECT_EQ(Count(LOG_SECURE), 0U) << "cut short by one byte";
   }
   machine::AppendFile(kSecure, "Jun 30 10:00:00 host su: unfinished");
   EXPECT_EQ(Count(LOG_SECURE), 29999U) << "the last line does not end";
@@ -185,13 +185,26 @@ TEST_F(FilterTest, MergingFollowsTheNewestTime) {
 
 TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   const std::string log = MakeLog(3);
+  const std::string cut_in_a_line =
+      "$real \"$@\" | awk 'NR > 1 { print last } { last = $0 } END { printf \"%s\", substr(last, 1, 30) }'; exit";
   const std::string cut = "$real \"$@\" | awk '{print; exit}'; exit";
+  const auto swap = [](const std::string& file) {
+    return "[ $2 = " + file + " ] || exec $real \"$@\"; printf 'a\\nb\\nc\\n' >/tmp/strange; /bin/mv -f /tmp/strange " +
+           file;
+  };
+  const auto no_room = [](const std::string& where, const std::string& file) {
+    return Err(where, "Can't write all of file " + file + "!");
+  };
+  const auto replaced = [](const std::string& file) {
+    return Err("LogFilter", "File " + file + " was replaced by somebody else!");
+  };
+  const std::string swap_cache = swap(kCache), swap_merged = swap(kMerged);
   machine::WriteFile(kCron, log);
   const struct {
     const char* command;
     const char* script;  // null: the command is missing
     uint32_t id;
-    int32_t result;  // of a fetch, as the count and the last message, if it matters
+    int32_t result;  // of a fetch, as the count and one of the messages, if it matters
     uint32_t count;
     std::string message;
   } cases[] = {
@@ -200,9 +213,9 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"sed", nullptr, LOG_MESSAGES, 1, 0, kFormatError},
       {"wc", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
       {"awk", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
-      {"cp", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"cp", nullptr, LOG_MESSAGES, 1, 0, no_room("LogFilter", kCache)},
       {"cat", nullptr, LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
-      {"mv", nullptr, LOG_APPLICATION, 1, 3, ""},
+      {"mv", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile},
       {"rm", nullptr, LOG_MESSAGES, 1, 3, ""},
       {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
       {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
@@ -211,8 +224,12 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
       {"sort", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
       {"sort", cut.c_str(), LOG_APPLICATION, 1, 0, kEmptyFile},
       {"sed", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
-      {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
+      {"sed", cut_in_a_line.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
+      {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, no_room("LogMerger", kMerged)},
       {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
+      {"cp", swap_cache.c_str(), LOG_MESSAGES, 1, 0, replaced(kCache)},
+      {"cp", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
+      {"wc", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
       // The result vanishes once it was counted, which is done after the second file was removed.
       {"wc", "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi", LOG_MESSAGES, 0, 3,
        Err("FillConfigItem", "Can't open tmp log file!")},
@@ -231,7 +248,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
         EXPECT_EQ(reply.count, c.count);
         EXPECT_EQ(reply.rows, c.result == 1 && c.count == 3 ? ModelRows(log, c.id) : Rows());
         if (!c.message.empty()) {
-          EXPECT_EQ(reply.messages.back(), c.message);
+          EXPECT_EQ(std::count(reply.messages.begin(), reply.messages.end(), c.message), 1);
         }
         commands.TakeCalls();
       }
@@ -243,6 +260,15 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   }
 }
 
+TEST_F(FilterTest, AnUnfinishedLastLineIsListedWholeOrNotAtAll) {
+  machine::WriteFile(kMessages, MakeLog(3) + "Jan  1 10:00:00 host app: this line has no newline yet");
+  Start();
+  machine::Commands commands;
+  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).rows.back().values.back(), "this line has no newline yet");
+  commands.Before("sort", "$real \"$@\" | awk '{ print substr($0, 1, 40) }'; exit");
+  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).count, 0U);
+}
+
 TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
   machine::WriteFile(kCron, MakeLog(4));
   const Rows expected = ModelRows(MakeLog(4), LOG_APPLICATION);
@@ -252,9 +278,8 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
                       target = folder + "/target";
     for (const std::string kind : {"link", "dangling link", "hard link", "FIFO", "stranger's file", "folder"}) {
       SCOPED_TRACE(testing::Message() << kind << " at " << name);
-      const bool is_folder = kind == "folder";
       machine::WriteFile(victim, "victim");
-      if (is_folder) machine::PlantFolder(name);
+      if (kind == "folder") machine::PlantFolder(name);
       if (kind == "link") machine::PlantLink(name, victim);
       if (kind == "dangling link") machine::PlantLink(name, target);
       if (kind == "hard link") machine::PlantHardLink(name, victim);
@@ -266,20 +291,40 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
       const Reply reply = Fetch(Load(), Group(LOG_APPLICATION), 4);
       alarm(0);
       EXPECT_EQ(reply.result, 1);
-      EXPECT_EQ(reply.rows, is_folder ? Rows() : expected);
+      EXPECT_EQ(reply.rows, expected);
       EXPECT_EQ(machine::ReadFile(victim), "victim");
       EXPECT_EQ(machine::Listing(folder).count("target"), 0U);
-      if (is_folder) {
-        EXPECT_EQ(machine::Listing(name), Names());
-        machine::Remove(name);
-        SeedWorkFile();
-        EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).rows, expected) << "once the folder has gone";
-      }
       Unload();
+      EXPECT_EQ(machine::RemoveAside(name), kind == "folder" ? 1 : 0);
       machine::Remove(victim);
       EXPECT_EQ(NewInTmp(), Names());
       EXPECT_EQ(machine::Listing("/var/log"), Names{"cron"});
     }
+  }
+}
+
+TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
+  machine::WriteFile(kMessages, MakeLog(2));
+  machine::WriteFile(kCron, MakeLog(2));
+  const struct {
+    const char* folder;
+    uint32_t id;
+    std::string file;
+  } cases[] = {{"/tmp", LOG_MESSAGES, kCache}, {"/var/log", LOG_APPLICATION, kMerged}};
+  for (const auto& c : cases) {
+    Start();
+    struct stat before {};
+    ASSERT_EQ(stat(c.folder, &before), 0);
+    ASSERT_EQ(chmod(c.folder, 0777), 0);
+    const Reply reply = Fetch(Load(), Group(c.id), 2);
+    EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, 0, 0, 0}));
+    EXPECT_EQ(reply.messages.at(1),
+              Err("PrivateFile", "Can't make file " + c.file + ": its folder is writable for all and not sticky!"));
+    EXPECT_EQ(access(c.file.c_str(), F_OK), -1);
+    ASSERT_EQ(chmod(c.folder, 0775), 0);
+    EXPECT_EQ(Fetch(Load(), Group(c.id), 2).count, 2U) << "its group is trusted";
+    ASSERT_EQ(chmod(c.folder, before.st_mode & 07777), 0);
+    Unload();
   }
 }
 

@@ -5,11 +5,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <chrono>
 #include <clocale>
 #include <csignal>
 #include <filesystem>
 #include <functional>
 #include <thread>
+#include <vector>
 
 #include "tests/support/model.h"
 
@@ -106,7 +109,7 @@ TEST_F(GuestTest, WhatIsOpenMeanwhileClosesInOtherProcesses) {
       ++opened;
     }
   });
-  EXPECT_EQ(opened, 1) << "the pipe";
+  EXPECT_EQ(opened, 2) << "the pipe and the lock between processes";
 }
 
 TEST_F(GuestTest, AThreadThatIsCancelledEndsBehindItsRequest) {
@@ -118,24 +121,44 @@ TEST_F(GuestTest, AThreadThatIsCancelledEndsBehindItsRequest) {
   alarm(0);
 }
 
+/// Each entry point holds the one lock: while the host answers the module on one thread, no other thread gets as far.
 TEST_F(GuestTest, ThreadsTakeTurns) {
   const HostModule& module = Start();
-  const auto work = [&module] {
-    for (int round = 0; round < 4; ++round) {
-      for (const uint32_t id : {LOG_MESSAGES, LOG_APPLICATION}) {
-        uint32_t count = 0;
-        uint64_t word = 1;
-        tagIDV identifier = Group(id);
-        EXPECT_EQ(module.SPConfig(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, nullptr), 1);
-        EXPECT_EQ(count, 3U);
-        EXPECT_EQ(module.SPInitialize(&word, &count), 1);
-        EXPECT_EQ(module.SPConfig(SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr), 1);
-      }
-    }
+  std::atomic<int> inside{0}, meetings{0};
+  Host().on_message = Host().on_call = [&](const std::string&) {
+    if (inside++ != 0) ++meetings;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    --inside;
   };
-  std::thread one(work), other(work);
-  one.join();
-  other.join();
+  const auto together = [](const std::vector<std::function<void()>>& calls) {
+    std::vector<std::thread> threads;
+    threads.reserve(calls.size());
+    for (const auto& call : calls) {
+      threads.emplace_back([&call] {
+        for (int round = 0; round < 8; ++round) call();
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  };
+  const auto ask = [&module](uint32_t id) {
+    uint32_t count = 0;
+    uint64_t word = 1;
+    tagIDV identifier = Group(id);
+    EXPECT_EQ(module.SPConfig(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, nullptr), 1);
+    EXPECT_EQ(count, 3U);
+    EXPECT_EQ(module.SPInitialize(&word, &count), 1);
+    EXPECT_EQ(module.SPConfig(SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr), 1);
+  };
+  const auto dump = module.Find<void (*)()>("ShowBMCSELLogDebug");
+  together({[&] { ask(LOG_MESSAGES); }, [&] { ask(LOG_APPLICATION); }, dump});
+  EXPECT_EQ(meetings.exchange(0), 0) << "requests and the dump";
+  const auto restart = [&module] {
+    module.SPUninitialize();
+    EXPECT_EQ(module.SPInitialize(nullptr, nullptr), 1);
+  };
+  together({restart, restart});
+  EXPECT_EQ(meetings.exchange(0), 0) << "starts and stops";
+  Host().on_call = nullptr;
 }
 
 }  // namespace

@@ -1,6 +1,11 @@
 /// Property replies, and messages written back to the system log.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <syslog.h>
+#include <unistd.h>
 
+#include <array>
 #include <clocale>
 #include <memory>
 
@@ -10,6 +15,36 @@ namespace {
 
 const std::string kAnnounced = "2048 Dbg (kestrune): in OnGetProperty\n";
 const std::string kIgnored = "2048 Err (kestrune:OnSetProperty): Ignore to write log, no sufficient config entries!\n";
+
+/// The socket of the system log. A message is its priority in angle brackets and its text.
+class SystemLog {
+ public:
+  SystemLog() {
+    sockaddr_un address{AF_UNIX, "/dev/log"};
+    EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+  }
+  ~SystemLog() {
+    closelog();
+    close(socket_);
+    machine::Remove("/dev/log");
+  }
+  SystemLog(const SystemLog&) = delete;
+  SystemLog& operator=(const SystemLog&) = delete;
+
+  Lines Take() const {
+    Lines messages;
+    std::array<char, 2048> buffer{};
+    for (ssize_t size; (size = recv(socket_, buffer.data(), buffer.size(), 0)) >= 0;) {
+      const std::string message(buffer.data(), static_cast<size_t>(size));
+      // "<priority>time sender: text", where neither time nor sender holds a colon followed by a blank.
+      messages.push_back(message.substr(0, message.find('>') + 1) + message.substr(message.find(": ") + 2));
+    }
+    return messages;
+  }
+
+ private:
+  int socket_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+};
 
 class PropertyTest : public ModuleTest {};
 
@@ -85,7 +120,7 @@ class PropertyWriteTest : public ModuleTest {
 };
 
 TEST_F(PropertyWriteTest, LevelsPrefixesAndEntriesThatCount) {
-  machine::SystemLog log;
+  SystemLog log;
   Start();
   const std::wstring fits(255, L'x'), longer(5000, L'x');
   const std::string cut(255, 'x');
@@ -142,7 +177,7 @@ TEST_F(PropertyWriteTest, LevelsPrefixesAndEntriesThatCount) {
 }
 
 TEST_F(PropertyWriteTest, ArgumentsThatAreMissingOrWrong) {
-  machine::SystemLog log;
+  SystemLog log;
   const HostModule& module = Start();
   tagIDV good = Type(CONFIG_TYPE_LOG, 99), parent = Group(CONFIG_GROUP_LOGS), unknown = Type(0xF7);
   uint32_t none = 0, one = 1;

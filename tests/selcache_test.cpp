@@ -83,6 +83,19 @@ TEST_F(SELTest, Histories) {
   }
 }
 
+TEST_F(SELTest, ACircleEndsWithTheRecordIDs) {
+  const HostModule& module = Start();
+  Host().sel = MakeChain("1a 2b>1");
+  Host().sel_count = 0xFFFFFFFF;
+  for (const size_t entries : {65535, 2}) {  // the second time: the first and the last, to see what has changed
+    const Reply reply = Query(module, Group(LOG_SEL));
+    EXPECT_EQ(reply.count, 65535U);
+    EXPECT_EQ(reply.messages.at(1),
+              Dbg("ReadBMCSELToCache", "the cache data doesn't match the BMC SEL! cache 65535 return count -1"));
+    EXPECT_EQ(TakeCalls().size(), 1 + entries);
+  }
+}
+
 TEST_F(SELTest, MemoryThatRunsOutLosesAndDoublesNothing) {
   const HostModule& module = Start();
   for (const char* log : {"1a 2b 3c 4d", "1w 2x 3y 4z"}) {

@@ -10,6 +10,8 @@ TEST_F(SELTest, TheDumpWhole) {
            "Translate: Unspecified event! Hex dump : 34 12 02 00 00 00 00 20 EF 04 00 00 00 00 00 00\n";
   };
   const std::string fail = "Get SEL data fail!\n";
+  std::string without_end;
+  for (int i = 0; i < 65535; ++i) without_end += fail;
   const struct {
     const char* log;
     int announced;
@@ -21,9 +23,10 @@ TEST_F(SELTest, TheDumpWhole) {
       {"1a 2a 300a", 2, {0, 2}, entry("1 next id 2") + entry("2 next id 300")},
       {"1a>1", 2, {0, 1}, entry("1 next id 1") + entry("1 next id 1")},
       {"1a! 2a", 3, {0, 0, 0}, fail + fail + fail},
+      {"1a! 2a", -1, std::vector<int>(65535, 0), without_end},
       {"1a 2a! 3a", 3, {0, 2, 2}, entry("1 next id 2") + fail + fail},
   };
-  const machine::ScopedVariable names("RESMGR_NAMES", "2001=CPU 0 Fan");
+  Host().names[0x2001] = "CPU 0 Fan";
   const HostModule& module = Start();
   const auto expect_dump = [&module](const std::string& printed, const Lines& calls) {
     TakeCalls();
@@ -46,7 +49,7 @@ TEST_F(SELTest, TheDumpWhole) {
       "Get SEL data success!\n"
       "selid 2 next id 65535 data:34 12 02 df 59 37 5f 20 ef 04 1b 1a 08 00 19 ff \nTranslate: CPU 0 Fan connected\n",
       WalkCalls({0, 2}));
-  EXPECT_EQ(RecordCount(module, Type(CONFIG_TYPE_LOG, 5)), 2);
+  EXPECT_EQ(Query(module, Group(LOG_SEL)).count, 2U);
   EXPECT_EQ(TakeCalls(), WalkCalls({0, 2})) << "the dump fills no cache";
   TakeLines();
   Host().enumerate = 0;

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "sel/selfilter.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "tests/support/sel.h"
 #include "translate/description.h"
 #include "translate/resmgr.h"
@@ -22,6 +22,7 @@ class RowsTest : public SELTest {
  protected:
   RowsTest() {
     g_aZARPIDMapping.Append({0x1A, 0x2001});
+    Host().names[0x2001] = "Probe 7";
     EXPECT_EQ(InitResMgr(), 1);
     Host().convert = [](uint32_t, const tagVARIANT&, tagVARIANT* out) { out->value.llVal = 1234567; };
     Host().on_call = [](const std::string&) { TakeCalls(); };
@@ -37,9 +38,6 @@ class RowsTest : public SELTest {
     EXPECT_EQ(GetSELDiscription(&record, 255, text), text);
     return text;
   }
-
- private:
-  const machine::ScopedVariable names_{"RESMGR_NAMES", "2001=Probe 7"};
 };
 
 TEST_F(RowsTest, ListedRecords) {
@@ -56,10 +54,10 @@ TEST_F(RowsTest, ListedRecords) {
   EXPECT_STREQ(GetSensorName(&fan, 1, name), "Prxx");
   for (size_t size = 100; size < 160; ++size) {  // what follows the name is cut ever earlier
     const std::string long_name(size, 'n'), whole = long_name + " fan too slow: 1234567 RPM";
-    const machine::ScopedVariable names("RESMGR_NAMES", ("2001=" + long_name).c_str());
+    Host().names[0x2001] = long_name;
     EXPECT_EQ(Describe(fan), whole.substr(0, 159));
   }
-  const machine::ScopedVariable two_lines("RESMGR_NAMES", "2001=two\nlines");
+  Host().names[0x2001] = "two\nlines";
   EXPECT_EQ(Describe(fan), "two\nlines fan too slow: 1234567 RPM") << "only a list has a blank there";
   TakeLines();
   EXPECT_EQ(SELLogFilter(nullptr, nullptr, nullptr, nullptr), 0U);

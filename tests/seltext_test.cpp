@@ -6,8 +6,6 @@
 
 namespace {
 
-using machine::ScopedVariable;
-
 const std::string kMidnight = "Jan  1 00:00:00|";
 
 class SELTextTest : public SELTest {
@@ -60,7 +58,7 @@ std::string FanLine(const std::string& column, const std::string& name, const st
 }
 
 TEST_F(SELTextTest, ReadingsAreTheHosts) {
-  const ScopedVariable names("RESMGR_NAMES", "2001=F");
+  Host().names = {{0x2001, "F"}};
   const auto raw_reading = [](const tagVARIANT& in) { return static_cast<uint32_t>(in.value.ullVal); };
   Host().convert = [&](uint32_t, const tagVARIANT& in, tagVARIANT* out) {
     EXPECT_EQ(in.vt, VT_I2);
@@ -124,12 +122,14 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
   }
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    const ScopedVariable names("RESMGR_NAMES", c.name.empty() ? nullptr : ("2001=" + c.name).c_str());
-    const ScopedVariable fault("RESMGR_FAULT", c.fault);
+    Host().names.clear();
+    if (!c.name.empty()) Host().names[0x2001] = c.name;
+    Host().fault = c.fault;
     EXPECT_EQ(Translate({Fan(0)}), Lines{FanLine(c.column, c.text)});
   }
   Host().mapping = "1B;FFFFFFFF;1A;2002;1A;2001";
-  const ScopedVariable names("RESMGR_NAMES", "2001=One;2002=Two;ffffffff=None");
+  Host().names = {{0x2001, "One"}, {0x2002, "Two"}, {0xFFFFFFFF, "None"}};
+  Host().fault.clear();
   EXPECT_EQ(Translate({Fan(0), Fan(0, 0x1B)}), (Lines{FanLine("Two", "Two"), FanLine("Fan", "Fan")}));
 }
 
@@ -145,7 +145,7 @@ TEST_F(SELTextTest, TimesAreUniversalInEveryZone) {
     lines.push_back(text + "|OS Boot|C: boot completed");
   }
   for (const char* zone : {"UTC0", "EST5EDT,M3.2.0,M11.1.0", "<+1345>-13:45"}) {
-    const ScopedVariable variable("TZ", zone);
+    const machine::ScopedVariable variable("TZ", zone);
     tzset();
     EXPECT_EQ(Translate(records), lines) << zone;
   }

@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 #include "frame/dispatch.h"
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 #include "tests/support/model.h"
 #include "textlog/logfilter.h"
 #include "textlog/logmerger.h"
@@ -175,9 +174,9 @@ TEST_F(UnitTest, TheTextOfTheSensorTable) {
 
 TEST_F(UnitTest, StringsOfTheResourceManager) {
   const std::string long_name(70, 'n');
-  const machine::ScopedVariable names("RESMGR_NAMES", ("2001=CPU0 Temp;2002=;2004=" + long_name).c_str());
+  Host().names = {{0x2001, "CPU0 Temp"}, {0x2002, ""}, {0x2004, long_name}};
   const auto get = [](uint32_t type, uint32_t object, const char* fault) {
-    const machine::ScopedVariable variable("RESMGR_FAULT", fault);
+    Host().fault = fault;
     char untouched[] = "", *string = untouched;
     testing::internal::CaptureStdout();
     const int result = GetStringA({type, object, 0, 0}, &string);
@@ -190,16 +189,16 @@ TEST_F(UnitTest, StringsOfTheResourceManager) {
   const std::string no_size = "Debug: <KESTRUNE> Fail to get size of string.\n";
   const std::string no_text = "Debug: <KESTRUNE> Fail to get string.\n";
   constexpr uint32_t kName = GS_TYPE_SENSOR_NAME;
-  EXPECT_EQ(get(kName, 0x2001, nullptr), none);
+  EXPECT_EQ(get(kName, 0x2001, ""), none);
   machine::InstallResourceManager();
   testing::internal::CaptureStderr();
   ASSERT_EQ(InitResMgr(), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Dbg (InitResMgr): Start to init ResMgr!\nDbg (InitResMgr): End initResMgr!\n");
-  EXPECT_EQ(get(kName, 0x2001, nullptr), "CPU0 Temp");
-  EXPECT_EQ(get(kName, 0x2002, nullptr), "");
-  EXPECT_EQ(get(kName, 0x2003, nullptr), no_size);
-  EXPECT_EQ(get(kName + 1, 0x2001, nullptr), no_size);
+  EXPECT_EQ(get(kName, 0x2001, ""), "CPU0 Temp");
+  EXPECT_EQ(get(kName, 0x2002, ""), "");
+  EXPECT_EQ(get(kName, 0x2003, ""), no_size);
+  EXPECT_EQ(get(kName + 1, 0x2001, ""), no_size);
   EXPECT_EQ(get(kName, 0x2001, "text"), no_text);
   EXPECT_EQ(get(kName, 0x2001, "empty"), "") << "a size of 0";
   EXPECT_EQ(get(kName, 0x2001, "full"), "CPU0 Temp") << "no NUL";
@@ -207,26 +206,26 @@ TEST_F(UnitTest, StringsOfTheResourceManager) {
   EXPECT_EQ(get(kName, 0x2001, "short"), "CPU0 Te");
   UninitResMgr();
   EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
-  EXPECT_EQ(get(kName, 0x2001, nullptr), none);
+  EXPECT_EQ(get(kName, 0x2001, ""), none);
 }
 
 TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
   const std::string start = "Dbg (InitResMgr): Start to init ResMgr!\n";
   const std::string end = start + "Dbg (InitResMgr): End initResMgr!\n";
   const struct {
-    const char* omitted;  // null: there is no library
-    const char* fault;
+    const char* omitted;        // null: there is no library
+    int starts;                 // what MgrInit answers
     std::string begins, holds;  // the report, with what the loader says in between
-    const char* state;          // the library's last
-  } cases[] = {{nullptr, nullptr, kLibrary, "No such file", ""},
-               {"MgrInit", nullptr, kLibrary, "MgrInit\n", ""},
-               {"", "init", start + "Err (InitResMgr): Failed to initialize ResMgr!\n", "", ""},
-               {"GetStringA", nullptr, end + kLibrary, "GetStringA\n", "down"},
-               {"GetStringW", nullptr, end + kLibrary, "GetStringW\n", "down"},
-               {"MgrUninit", nullptr, end + kLibrary, "MgrUninit\n", "up"}};
+    bool stays_up;
+  } cases[] = {{nullptr, 1, kLibrary, "No such file", false},
+               {"MgrInit", 1, kLibrary, "MgrInit\n", false},
+               {"", 0, start + "Err (InitResMgr): Failed to initialize ResMgr!\n", "", false},
+               {"GetStringA", 1, end + kLibrary, "GetStringA\n", false},
+               {"GetStringW", 1, end + kLibrary, "GetStringW\n", false},
+               {"MgrUninit", 1, end + kLibrary, "MgrUninit\n", true}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.holds);
-    const machine::ScopedVariable fault("RESMGR_FAULT", c.fault), state("RESMGR_STATE", "");
+    Host().manager = c.starts;
     if (c.omitted != nullptr) machine::InstallResourceManager(c.omitted);
     const bool starts = c.holds == "MgrUninit\n";
     testing::internal::CaptureStderr();
@@ -236,7 +235,7 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
     EXPECT_EQ(report.substr(0, c.begins.size()), c.begins);
     EXPECT_NE(report.find(c.holds), std::string::npos) << report;
     EXPECT_EQ(report.back(), '\n');
-    EXPECT_STREQ(std::getenv("RESMGR_STATE"), c.state);
+    EXPECT_EQ(Host().manager_is_up, c.stays_up);
     if (starts) {  // and stays
       EXPECT_TRUE(g_lpfnGetString != nullptr && g_lpfnGetStringW != nullptr);
       EXPECT_EQ(dlclose(g_hRscDll), 0);

@@ -2,14 +2,15 @@
 
 #include <stdlib.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstring>
 
+#include "platform/filestatus.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
+#include "textlog/logmerger.h"
 
 /// The log that the filter cache was made of. Guarded by the module lock, as is the cache.
 static std::array<char, SHELL_LINE_SIZE> lastFilteredLog{};
@@ -20,99 +21,125 @@ constexpr char CACHE_FILE[] = "/tmp/._kestrune_cache";
 constexpr char WORK_FILE_PREFIX[] = "/tmp/__log__tmp";
 constexpr char QUIET[] = "2>/dev/null";
 
-/// The commands whose length depends on the caller; all others are made of the names above.
+/// The commands that names or keywords of the caller can make too long. All others are made of the names above.
 constexpr char COUNT_LINES[] = "wc -l %s|awk '{print $1}'";
 constexpr char COPY_LAST_LINES[] = "tail -n %d %s > %s";
 constexpr char GREP_AND_SORT[] = "grep %s %s|sort -M > %s1 %s";
 
 PrivateFile filterCache(CACHE_FILE);
 
-/// The work files of one call: each step of the filter writes the second from the first, which then takes its place.
+/// Whether a file of ours has become somebody else's, or is gone: it is never answered then. Asked both before a
+/// command reads the file and afterwards. Reports it.
+bool ReportReplaced(bool isReplaced, const char* path) {
+  if (isReplaced) Error("Err (%s:LogFilter): File %s was replaced by somebody else!\n", path);
+  return isReplaced;
+}
+
+bool ReportReplaced(const PrivateFile& file) { return ReportReplaced(file.IsMade() && !file.IsOurs(), file.Path()); }
+
+/// The same of a log, which is ours only if it is the merged one.
+bool ReportReplaced(const char* logFile) { return ReportReplaced(IsForeignMergedLog(logFile), logFile); }
+
+/// Passes on whether a command has written all of a file. Reports one cut short, as a full disk does it.
+bool ReportCut(bool isWhole, const char* path) {
+  if (!isWhole) Error("Err (%s:LogFilter): Can't write all of file %s!\n", path);
+  return isWhole;
+}
+
+/// The work files of one call: each step of the filter writes the output from the input, whose place it then takes.
 class WorkFiles {
  public:
-  explicit WorkFiles(long number) : work_(WORK_FILE_PREFIX, number), second_(WORK_FILE_PREFIX, number, "1") {}
+  explicit WorkFiles(long number) : input_(WORK_FILE_PREFIX, number), output_(WORK_FILE_PREFIX, number, "1") {}
 
-  const char* Path() const { return work_.Path(); }
+  /// The input; the output's path is this one and "1".
+  const char* Path() const { return input_.Path(); }
 
-  /// Makes the work file a copy of the cache.
+  /// Makes the input a copy of the cache.
   void CopyCache() {
-    if (!ClearName(Path()) || !filterCache.IsOurs() || !IsReadable(CACHE_FILE) || !work_.Make()) return;
+    if (ReportReplaced(filterCache) || !input_.Make()) return;
     RunCommand("cp -f %s %s", CACHE_FILE, Path());
-    if (SizeOf(Path()) < SizeOf(CACHE_FILE)) work_.Remove();  // cut short: no room for it
+    if (!ReportReplaced(filterCache) && ReportCut(SizeOf(Path()) >= SizeOf(CACHE_FILE), Path())) return;
+    input_.Remove();
   }
 
-  bool IsMade() const { return work_.IsMade(); }
+  bool IsMade() const { return input_.IsMade(); }
 
-  /// Lines of the work file. One that could not be made has none: what may stand under its name is somebody else's.
-  uint64_t CountLines() const { return IsMade() ? CountFileLines(Path()) : 0; }
+  /// Lines of the input. One that could not be made has none: what may stand under its name is somebody else's.
+  uint64_t CountLines() const { return IsMade() && !ReportReplaced(input_) ? CountFileLines(Path()) : 0; }
 
-  /// Makes the work file or the second one, empty and private, for a command to write. Throws 1 when it cannot be made.
-  void MakeFirst() { MakeOrThrow(work_); }
-  void MakeSecond() { MakeOrThrow(second_); }
+  /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
+  void MakeInput() { MakeOrThrow(input_); }
+  void MakeOutput() { MakeOrThrow(output_); }
 
-  /// Whether the second file holds at least as much as the work file, of which it was made.
-  bool IsSecondWhole() const { return SizeOf(second_.Path()) >= SizeOf(Path()); }
+  /// Whether the output, made of the input, is still ours and has at least as many bytes, or as many lines as are
+  /// given.
+  bool IsOutputWhole() const { return !ReportReplaced(output_) && SizeOf(output_.Path()) >= SizeOf(Path()); }
+  bool HasOutputLines(uint64_t lines) const { return !ReportReplaced(output_) && HasLines(output_.Path(), lines); }
+  /// Whether the input, made anew of the output, has at least as many bytes.
+  bool IsInputWhole() const { return SizeOf(Path()) >= SizeOf(output_.Path()); }
 
-  /// The caller of the filter removes the work file.
-  void HandOn() { work_.HandOn(); }
+  /// To be called once a command was told to move the output to the input's place. Returns whether it did.
+  bool IsMoved() { return input_.Become(output_); }
+
+  /// The caller of the filter removes the input.
+  void Release() { input_.Release(); }
 
  private:
   static void MakeOrThrow(TemporaryFile& file) {
     if (!file.Make()) throw 1;
   }
 
-  TemporaryFile work_;
-  TemporaryFile second_;
+  TemporaryFile input_;
+  TemporaryFile output_;
 };
 
 /// Whether the names fit every command that the filter may make of them, and its buffers.
-bool Fits(const char* logFile, const char* keyword, const char* work) {
+bool Fits(const char* logFile, const char* keyword, const char* input) {
   return strlen(logFile) < lastFilteredLog.size() && CommandFits(COUNT_LINES, logFile) &&
          CommandFits(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE) &&
-         (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, work, work, QUIET));
+         (keyword == nullptr || CommandFits(GREP_AND_SORT, keyword, input, input, QUIET));
 }
 
-/// Whether a file has as many newlines.
-bool HasLines(const char* path, int lines) {
-  const File file = OpenForReading(path);
-  std::array<char, 4096> piece{};
-  while (file != nullptr && lines > 0) {
-    const size_t size = fread(piece.data(), 1, piece.size(), file.get());
-    if (size == 0) break;
-    lines -= static_cast<int>(std::count(piece.begin(), piece.begin() + size, '\n'));
-  }
-  return lines <= 0;
-}
-
-/// Brings the filter cache up to date if it belongs to another log or is gone.
-void RefreshCache(const char* logFile) {
-  const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
-  if (isSameLog && filterCache.IsOurs() && IsReadable(CACHE_FILE)) return;
-  memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
-  const off_t before = SizeOf(logFile);
+/// Makes the filter cache a copy of the log. Returns whether it is whole.
+bool FillCache(const char* logFile) {
+  const CopiedLog copied(logFile);
   const uint64_t lines = CountFileLines(logFile);
-  if (!filterCache.Make()) return;
+  if (ReportReplaced(logFile) || !filterCache.Make()) return false;
   bool isWhole = false;
-  if (lines <= static_cast<uint64_t>(LOG_MAX_LINES)) {
+  if (lines <= uint64_t{LOG_MAX_LINES}) {
     RunCommand("cp -f %s %s", logFile, CACHE_FILE);
-    const off_t after = SizeOf(logFile);  // less where the log was rotated meanwhile
-    isWhole = after >= 0 && SizeOf(CACHE_FILE) >= std::min(before, after);
+    isWhole = SizeOf(CACHE_FILE) >= copied.LeastSize();
   } else {
     RunCommand(COPY_LAST_LINES, LOG_MAX_LINES, logFile, CACHE_FILE);
     Warning("Warn (%s:LogFilter): Log file is too big, filter last %d lines!\n", LOG_MAX_LINES);
-    isWhole = HasLines(CACHE_FILE, LOG_MAX_LINES - 1);  // the last may not have ended yet
+    // The newest line may be one that is not finished yet.
+    isWhole = HasLines(CACHE_FILE, EndsWithNewline(logFile) ? LOG_MAX_LINES : LOG_MAX_LINES - 1);
   }
-  // A copy cut short is no copy: the log is read again next time.
-  if (!isWhole) ClearName(CACHE_FILE);
+  return !ReportReplaced(logFile) && !ReportReplaced(filterCache) && ReportCut(isWhole, CACHE_FILE);
+}
+
+/// Brings the filter cache up to date if it belongs to another log or is gone. Returns whether there is one.
+bool RefreshCache(const char* logFile) {
+  const bool isSameLog = strcmp(logFile, lastFilteredLog.data()) == 0;
+  if (isSameLog && filterCache.IsOurs()) return true;
+  memcpy(lastFilteredLog.data(), logFile, strlen(logFile) + 1);
+  if (FillCache(logFile)) {
+    filterCache.Settle();
+    return true;
+  }
+  // Part of a log is no log: it is read again next time.
+  filterCache.Remove();
+  return false;
 }
 
 /// The count mode. Throws 1 when the work files cannot be made.
-uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
+uint64_t CountSelected(WorkFiles& files, const char* keyword, uint64_t* begin, uint64_t* end) {
   if (keyword != nullptr && files.IsMade()) {
-    const char* work = files.Path();
-    files.MakeSecond();
-    RunCommand("grep %s %s > %s1", keyword, work, work);
-    RunCommand("mv -f %s1 %s", work, work);
+    const char* input = files.Path();
+    files.MakeOutput();
+    RunCommand("grep %s %s > %s1", keyword, input, input);
+    RunCommand("mv -f %s1 %s", input, input);
+    if (!files.IsMoved()) throw 1;
   }
   uint64_t lines = files.CountLines();
   if (lines != 0 && begin != nullptr && end != nullptr) {
@@ -121,27 +148,53 @@ uint64_t CountLines(WorkFiles& files, const char* keyword, uint64_t* begin, uint
   return lines;
 }
 
-/// First step of the output mode: the keyword and the sort by month.
+/// First step of the output mode: the keyword and the sort by month. An output cut short leaves the input empty; how
+/// much grep selects is not known beforehand.
 void SelectAndSort(WorkFiles& files, const char* keyword, int sortFirst) {
   if ((keyword == nullptr && sortFirst == 0) || !files.IsMade()) return;
-  files.MakeSecond();
-  const char* work = files.Path();
+  files.MakeOutput();
+  const char* input = files.Path();
   if (keyword == nullptr) {
-    RunCommand("sort -M %s > %s1 %s", work, work, QUIET);
+    RunCommand("sort -M %s > %s1 %s", input, input, QUIET);
   } else if (sortFirst != 0) {
-    RunCommand(GREP_AND_SORT, keyword, work, work, QUIET);
+    RunCommand(GREP_AND_SORT, keyword, input, input, QUIET);
   } else {
-    RunCommand("grep %s %s > %s1 %s", keyword, work, work, QUIET);
+    RunCommand("grep %s %s > %s1 %s", keyword, input, input, QUIET);
   }
-  const bool isWhole = keyword != nullptr || files.IsSecondWhole();
-  RunCommand("mv -f %s1 %s %s", work, work, QUIET);
-  if (!isWhole) files.MakeFirst();
+  const bool isWhole = ReportCut(keyword != nullptr || files.IsOutputWhole(), input);
+  RunCommand("mv -f %s1 %s %s", input, input, QUIET);
+  if (!files.IsMoved() || !isWhole) files.MakeInput();
 }
 
-/// Writes the lines wanted into the work file, newest first, and returns their number, which is 0 for an empty range.
-/// Throws 1 when there is nothing to list.
+// A day of the month that is padded with a blank gets a zero instead, on the way from the input to the output.
+
+/// Pads all lines. Returns whether the output has them all.
+bool PadAll(WorkFiles& files) {
+  const char* input = files.Path();
+  files.MakeOutput();
+  RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", input, input);
+  return files.IsOutputWhole();
+}
+
+/// Pads the lines from `first` to `last`. Returns whether the output has them all.
+bool PadRange(WorkFiles& files, uint64_t first, uint64_t last) {
+  const char* input = files.Path();
+  files.MakeOutput();
+  RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first), static_cast<long>(last),
+             input, input);
+  return files.HasOutputLines(last - first + 1);
+}
+
+/// Sorts the output into the input, newest line first. Returns whether the input has all of it.
+bool SortBack(WorkFiles& files) {
+  files.MakeInput();  // empty, so that unsorted lines are not taken for the result where the sort fails
+  RunCommand("sort -M -r %s1 > %s %s", files.Path(), files.Path(), QUIET);
+  return files.IsInputWhole();
+}
+
+/// Writes the lines wanted into the input, newest first, and returns their number, which is 0 for an empty range.
+/// Throws 1 when there is nothing to list, or not all of it.
 uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint64_t* begin, uint64_t* end) {
-  const char* work = files.Path();
   SelectAndSort(files, keyword, sortFirst);
   const uint64_t lines = files.CountLines();
   if (lines == 0) {
@@ -149,10 +202,9 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
     throw 1;
   }
   uint64_t wanted = lines;
-  // A day of the month that is padded with a blank gets a zero instead.
+  bool isWhole = false;
   if (begin == nullptr || end == nullptr) {
-    files.MakeSecond();
-    RunCommand("sed 's/^\\(....\\) /\\10/' %s > %s1", work, work);
+    isWhole = PadAll(files);
   } else {
     CompareRange(begin, end, lines, &wanted);
     if (wanted == 0) return 0;
@@ -160,15 +212,12 @@ uint64_t WriteResult(WorkFiles& files, const char* keyword, int sortFirst, uint6
     const uint64_t last = lines - *begin + 1;
     *begin = first;
     *end = last;
-    files.MakeSecond();
-    RunCommand("sed -n '%ld,%ldp' %s|sed 's/^\\(....\\) /\\10/' > %s1", static_cast<long>(first),
-               static_cast<long>(last), work, work);
+    isWhole = PadRange(files, first, last);
   }
-  files.MakeFirst();  // so that nothing unsorted is left in it
-  RunCommand("sort -M -r %s1 > %s %s", work, work, QUIET);
-  RunCommand("rm -f %s1 %s", work, QUIET);
-  const uint64_t listed = files.CountLines();
-  if (listed < wanted) {  // none, or cut short
+  isWhole = isWhole && SortBack(files);
+  RunCommand("rm -f %s1 %s", files.Path(), QUIET);
+  const uint64_t listed = isWhole ? files.CountLines() : 0;
+  if (listed < wanted) {
     Error("Err (%s:LogFilter): File format error, can not sort, please check log format.!\n");
     throw 1;
   }
@@ -203,14 +252,14 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
     Error("Err (%s:LogFilter): File %s doesn't exist!\n", logFile);
     return 0;
   }
-  RefreshCache(logFile);
-  files.CopyCache();
+  if (ReportReplaced(logFile)) return 0;
+  if (RefreshCache(logFile)) files.CopyCache();
   if (resultFile != nullptr) resultFile[0] = '\0';
   try {
-    if (resultFile == nullptr) return CountLines(files, keyword, begin, end);
+    if (resultFile == nullptr) return CountSelected(files, keyword, begin, end);
     const uint64_t lines = WriteResult(files, keyword, sortFirst, begin, end);
     if (lines == 0) return 0;
-    files.HandOn();
+    files.Release();
     snprintf(resultFile, RESULT_FILE_SIZE, "%.*s", static_cast<int>(RESULT_FILE_SIZE - 1), files.Path());
     return lines;
   } catch (...) {
@@ -218,4 +267,6 @@ uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, i
   }
 }
 
-int CleanTmpFile() { return remove(CACHE_FILE); }
+int CleanTmpFile() { return filterCache.Remove(); }
+
+void RemoveLeftWorkFiles() { RemoveTemporaryFiles(WORK_FILE_PREFIX); }

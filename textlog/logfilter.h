@@ -1,5 +1,8 @@
 /// logfilter.h: counts a text log, or cuts a range of it into a file, newest line first, with shell commands.
 ///
+/// A log that is no plain file (see platform/filestatus.h) is answered like a missing one. After each command its
+/// output is checked for the bytes or lines that it must have: half an output is none.
+///
 /// Two files are at work. The filter cache holds a copy of the log filtered last, or of its last LOG_MAX_LINES lines; a
 /// host that pages through one log sees it as it was when the first page was asked for, until another log is filtered
 /// or the cache is gone. The work file belongs to one call; in the output mode it is handed to the caller.
@@ -19,7 +22,7 @@ inline constexpr size_t RESULT_FILE_SIZE = 27;
 uint64_t CountFileLines(const char* path);
 
 /// Brings a range of lines (counted from 1, inclusive; 0 for the first and the last line) within `total` lines and
-/// stores how many it holds, 0 for none. Returns 1 when it begins behind its end, else 0.
+/// stores how many it holds, 0 for none. Returns 1 when it begins after its end, else 0.
 int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count);
 
 /// Filters `logFile`: to the lines that match `keyword` (a grep pattern pasted into the command line as it is, or
@@ -36,7 +39,10 @@ int CompareRange(uint64_t* begin, uint64_t* end, uint64_t total, uint64_t* count
 uint64_t LogFilter(const char* logFile, const char* keyword, char* resultFile, int sortFirst, uint64_t* begin,
                    uint64_t* end);
 
-/// Removes the filter cache; returns what remove() answers.
+/// Removes the filter cache, if it is this process's own. Returns 0, or -1 when there was nothing to remove.
 int CleanTmpFile();
+
+/// Removes the work files of processes that were killed. The caller holds the lock between processes.
+void RemoveLeftWorkFiles();
 
 #endif  // KESTRUNE_TEXTLOG_LOGFILTER_H_

@@ -1,13 +1,13 @@
 #include "textlog/logmerger.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstring>
 #include <ctime>
 #include <utility>
 
+#include "platform/filestatus.h"
 #include "platform/message.h"
 #include "platform/privatefile.h"
 #include "platform/shell.h"
@@ -24,13 +24,16 @@ constexpr char APPEND_COMMAND[] = "cat %s >> %s";
 
 PrivateFile mergedFile(lastMergeTarget.data());
 
+/// Whether a listed name counts: something stands there, and it is no device or FIFO, which may never end.
+bool IsListed(const char* name) { return IsFileExist(name) != 0 && IsPlainFile(name); }
+
 /// The names of a list, one by one; the list must fit SHELL_LINE_SIZE and stays whole.
 class Names {
  public:
   explicit Names(const char* list) { memcpy(list_.data(), list, strlen(list) + 1); }
 
-  /// The next name, or null behind the last.
-  const char* Take() { return strtok_r(std::exchange(start_, nullptr), " ", &rest_); }
+  /// The next name, or null after the last.
+  const char* Next() { return strtok_r(std::exchange(start_, nullptr), " ", &rest_); }
 
  private:
   std::array<char, SHELL_LINE_SIZE> list_{};
@@ -42,7 +45,7 @@ class Names {
 bool Fits(const char* fileList, const char* target) {
   if (strlen(fileList) >= SHELL_LINE_SIZE || !CommandFits(EMPTY_COMMAND, target)) return false;
   Names names(fileList);
-  while (const char* name = names.Take()) {
+  while (const char* name = names.Next()) {
     if (!CommandFits(APPEND_COMMAND, name, target)) return false;
   }
   return true;
@@ -52,8 +55,8 @@ bool Fits(const char* fileList, const char* target) {
 bool HasNewerFile(const char* fileList) {
   bool changed = false;
   Names names(fileList);
-  while (const char* name = names.Take()) {
-    if (access(name, F_OK) != 0) continue;
+  while (const char* name = names.Next()) {
+    if (!IsListed(name)) continue;
     struct stat status {};
     if (stat(name, &status) != 0) {
       changed = true;
@@ -65,9 +68,22 @@ bool HasNewerFile(const char* fileList) {
   return changed;
 }
 
+/// Appends a file to the merged one. Returns whether all of it is there.
+bool AppendFile(const char* name) {
+  const off_t merged = SizeOf(mergedFile.Path());
+  const CopiedLog copied(name);
+  RunCommand(APPEND_COMMAND, name, mergedFile.Path());
+  if (!IsReadable(name)) return true;
+  if (mergedFile.IsOurs() && SizeOf(mergedFile.Path()) >= merged + copied.LeastSize()) return true;
+  Error("Err (%s:LogMerger): Can't write all of file %s!\n", mergedFile.Path());
+  return false;
+}
+
 }  // namespace
 
-bool IsMergedLogForeign() { return access(mergedFile.Path(), F_OK) == 0 && !mergedFile.IsOurs(); }
+bool IsForeignMergedLog(const char* path) { return strcmp(path, mergedFile.Path()) == 0 && mergedFile.IsForeign(); }
+
+void RemoveMergedLog() { mergedFile.Remove(); }
 
 int LogMerger(char* fileList, const char* target) {
   if (fileList == nullptr || target == nullptr || !Fits(fileList, target)) return 0;
@@ -82,14 +98,13 @@ int LogMerger(char* fileList, const char* target) {
   // Made anew each time: a file that others may have opened is not written to again.
   if (!mergedFile.Make()) return 0;
   RunCommand(EMPTY_COMMAND, target);
-  off_t merged = 0;
   char* rest = nullptr;
   for (const char* name = strtok_r(fileList, " ", &rest); name != nullptr; name = strtok_r(nullptr, " ", &rest)) {
-    if (access(name, F_OK) != 0 || IsFIFO(name)) continue;
-    if (IsRegularFile(name) && IsReadable(name)) merged += SizeOf(name);
-    RunCommand(APPEND_COMMAND, name, target);
+    if (!IsListed(name) || AppendFile(name)) continue;
+    // One cut short is no merged log: it is missing until the next request makes it.
+    mergedFile.Remove();
+    return 0;
   }
-  // One cut short is no merged log: it is missing until the next request makes it.
-  if (SizeOf(target) < merged) ClearName(target);
+  mergedFile.Settle();
   return 0;
 }

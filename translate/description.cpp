@@ -7,18 +7,9 @@
 #include <string_view>
 
 #include "platform/boundedtext.h"
-#include "translate/sensor.h"
 #include "translate/tables.h"
 
 namespace {
-
-/// Fields of a record that tell its event.
-constexpr size_t RECORD_EVENT_TYPE = 12;
-constexpr size_t RECORD_EVENT_DATA_1 = 13;
-constexpr size_t RECORD_EVENT_DATA_2 = 14;
-constexpr size_t RECORD_EVENT_DATA_3 = 15;
-constexpr uint8_t EVENT_TYPE_MASK = 0x7F;
-constexpr uint8_t EVENT_OFFSET_MASK = 0x0F;
 
 constexpr size_t NUMBER_LENGTH_MAX = 9;
 
@@ -49,11 +40,24 @@ void AppendNumber(BoundedText& expansion, uint64_t number) {
   expansion.Append({digits.data(), std::min(length, NUMBER_LENGTH_MAX)});
 }
 
-void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord& record, char unwanted) {
-  if (token == "di") {
-    SensorName(record).AppendTo(expansion, DESCRIPTION_MAX, unwanted, '\0');
-    return;
+/// What the placeholders of one record are filled from.
+struct Source {
+  const SELRecord& record;
+  const SensorName* name;
+  char unwanted;
+};
+
+void AppendName(BoundedText& expansion, const Source& source) {
+  if (source.name != nullptr && source.name->IsFromHost()) {
+    source.name->AppendTo(expansion, DESCRIPTION_MAX, source.unwanted, '\0');
+  } else {
+    SensorName(source.record).AppendTo(expansion, DESCRIPTION_MAX, source.unwanted, '\0');
   }
+}
+
+void AppendToken(BoundedText& expansion, std::string_view token, const Source& source) {
+  const SELRecord& record = source.record;
+  if (token == "di") return AppendName(expansion, source);
   if (token == "trf") {
     AppendNumber(expansion, GetConvertedTriggerValue(record[RECORD_SENSOR_NUMBER], record[RECORD_EVENT_DATA_2]));
     return;
@@ -63,7 +67,7 @@ void AppendToken(BoundedText& expansion, std::string_view token, const SELRecord
   AppendNumber(expansion, static_cast<uint64_t>(record.at(found->byte) >> found->shift) & found->mask);
 }
 
-void Expand(BoundedText& expansion, std::string_view text, const SELRecord& record, char unwanted) {
+void Expand(BoundedText& expansion, std::string_view text, const Source& source) {
   while (true) {
     const size_t open = text.find('|');
     expansion.AppendPadded(text.substr(0, open));
@@ -71,7 +75,7 @@ void Expand(BoundedText& expansion, std::string_view text, const SELRecord& reco
     text.remove_prefix(open + 1);
     const size_t close = text.find('|');
     if (close == std::string_view::npos) break;
-    AppendToken(expansion, text.substr(0, close), record, unwanted);
+    AppendToken(expansion, text.substr(0, close), source);
     text.remove_prefix(close + 1);
   }
 }
@@ -88,7 +92,7 @@ void DumpRecord(BoundedText& dump, const SELRecord& record) {
 
 }  // namespace
 
-size_t Describe(const SELRecord& record, std::span<char> buffer, char unwanted) {
+size_t Describe(const SELRecord& record, const SensorName* name, std::span<char> buffer, char unwanted) {
   BoundedText description(buffer.first(std::min(buffer.size(), DESCRIPTION_MAX + 1)));
   const uint8_t sensorType = record[RECORD_SENSOR_TYPE];
   const uint8_t eventData1 = record[RECORD_EVENT_DATA_1];
@@ -98,7 +102,7 @@ size_t Describe(const SELRecord& record, std::span<char> buffer, char unwanted) 
   }
   const std::string_view form = FindEventTemplate(sensorType, record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK, eventData1);
   if (!form.empty()) {
-    Expand(description, form, record, unwanted);
+    Expand(description, form, {record, name, unwanted});
   } else {
     DumpRecord(description, record);
   }
@@ -107,6 +111,6 @@ size_t Describe(const SELRecord& record, std::span<char> buffer, char unwanted) 
 
 char* GetSELDiscription(const SELRecord* record, uint64_t length, char* output) {
   std::array<char, DESCRIPTION_MAX + 1> description;
-  Describe(*record, description, '\0');
+  Describe(*record, nullptr, description, '\0');
   return strncpy(output, description.data(), length);
 }

@@ -1,10 +1,12 @@
 #include "translate/resmgr.h"
 
 #include <dlfcn.h>
+#include <stdlib.h>
 
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 void* g_hRscDll = nullptr;
 GetStringFunction g_lpfnGetString = nullptr;
@@ -110,16 +112,20 @@ bool HostString::Fetch(tagGS_PARAM param) {
     ReportOnOutput("<KESTRUNE> Fail to get size of string.\n");
     return false;
   }
-  // One zero byte more, so that a library which counts no NUL does not make its reader run on.
   const size_t length = size;
-  if (length >= SHORT_SIZE) long_ = std::make_unique<char[]>(length + 1);
+  if (length >= SHORT_SIZE) {
+    // All zero, but not touched: a library that announces far more than its string has must not cost all that memory.
+    long_.reset(static_cast<char*>(calloc(length + 1, 1)));
+    if (long_ == nullptr) throw std::bad_alloc();
+  }
   char* text = length >= SHORT_SIZE ? long_.get() : short_.data();
   if (g_lpfnGetString(language, &param, text, &size) == 0) {
     ReportOnOutput("<KESTRUNE> Fail to get string.\n");
     return false;
   }
-  text[length] = '\0';  // also behind a string that is longer than announced
-  text_ = {text, length > 0 && text[length - 1] == '\0' ? length - 1 : length};
+  // A library may count no NUL, or write a string that is longer than announced.
+  text[length] = '\0';
+  text_ = text;
   return true;
 }
 

@@ -7,12 +7,8 @@
 #include <string_view>
 
 #include "platform/boundedtext.h"
-#include "platform/nubo.h"
+#include "platform/selrecord.h"
 #include "translate/resmgr.h"
-
-/// Fields of a record that tell its sensor.
-inline constexpr size_t RECORD_SENSOR_TYPE = 10;
-inline constexpr size_t RECORD_SENSOR_NUMBER = 11;
 
 /// The name of a record's sensor: the host's, or that of the sensor type, or "N/A".
 class SensorName {
@@ -21,11 +17,11 @@ class SensorName {
   explicit SensorName(const SELRecord& record);
 
   bool IsFromHost() const { return isFromHost_; }
-  /// The name, with a NUL behind it.
+  /// The name, NUL-terminated.
   const char* Text() const { return text_.data(); }
 
-  /// Appends the name, `most` characters of it at most, with a blank for each of the two characters that are unwanted;
-  /// a NUL, which no name holds, stands for none.
+  /// Appends the first `most` characters of the name. Replaces each `unwanted` and `alsoUnwanted` character by a blank;
+  /// a NUL, which no name holds, replaces nothing.
   void AppendTo(BoundedText& text, size_t most, char unwanted, char alsoUnwanted) const;
 
  private:
@@ -33,6 +29,8 @@ class SensorName {
   bool isFromHost_;
   std::string_view text_;
 };
+
+// SensorName is the module's own way to a name; the next two copy it for callers with a buffer of their own.
 
 /// Copies the name of the record's sensor type, or "N/A", as strncpy does over `length` bytes. Returns `output`.
 char* GetSensorNameBySensorType(const SELRecord* record, uint8_t length, char* output);

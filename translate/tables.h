@@ -42,8 +42,9 @@ extern const uint64_t g_ulSELEventDescCount;  ///< 365
 extern const tagSEL_OFFSET_DESC g_aSELOffsetDesc[];
 extern const uint64_t g_ulSELOffsetDescCount;  ///< 141
 
-// The texts that are found have a NUL behind them and are never empty; where no row fits, the empty text is answered.
-// Behind those of events and of offsets BoundedText::PADDING bytes of their row can be read, as AppendPadded needs it.
+// Each of these returns the text of the first row that fits, which is NUL-terminated and never empty, or an empty text
+// where no row fits. After a text of an event or an offset, BoundedText::PADDING bytes of its row can be read, as
+// AppendPadded needs it.
 
 /// The name of a sensor type.
 std::string_view FindSensorTypeName(uint8_t sensorType);

@@ -172,7 +172,7 @@ struct tagCONFIGITEM {
 };
 
 /// The range of SP_CONFIGITEMEX, inclusive and counted from 1, the newest record first. In the SEL an end of 0 stands
-/// for the last record only behind a begin of 0.
+/// for the last record only together with a begin of 0.
 struct tagITEMRANGE {
   uint32_t dwBegin;     ///< in: first record (0 for the first). Out: the range's begin as the filter left it
   uint32_t dwEnd;       ///< in: last record (0 for the last). Out: the range's end as the filter left it
@@ -231,10 +231,11 @@ KESTRUNE_EXPORT int32_t SPUninitialize(void);
 /// module that is not started.
 KESTRUNE_EXPORT int32_t SPConfig(uint32_t op, const char* request, void* pArg1, void* pArg2, void* pArg3);
 
-/// The look-up behind SPConfig, without its lock and without its test that the module is started.
+/// What SPConfig does, without its lock and without its test that the module is started.
 KESTRUNE_EXPORT int32_t DefSPConfigHandler(uint8_t op, const char* request, void* pArg1, void* pArg2, void* pArg3);
 
-/// Prints the controller's whole event log to standard output, for diagnosis.
+/// Prints the controller's whole event log (65,535 entries at most) to standard output, for diagnosis. Waits for a
+/// request that is running, so it must not be called from Output or a gm... function, which run inside one.
 KESTRUNE_EXPORT void ShowBMCSELLogDebug(void);
 
 // ---- Values and strings --------------------------------------------------------------------------------------------

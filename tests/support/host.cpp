@@ -1,16 +1,9 @@
 #include "tests/support/host.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <array>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <mutex>
 #include <utility>
-
-#include "platform/host.h"
 
 namespace {
 
@@ -26,14 +19,67 @@ void Note(Lines& list, const std::string& line, const std::function<void(const s
   if (hook) hook(line);
 }
 
-void Called(const std::string& call) { Note(g_calls, call, Host().on_call); }
-
 Lines Take(Lines& list) {
   const std::lock_guard lock(g_mutex);
   return std::exchange(list, {});
 }
 
+class ScriptedController final : public standin::Controller {
+ public:
+  std::optional<uint32_t> CountEntries() override {
+    if (Host().enumerate == 0) return std::nullopt;
+    return Host().sel_count.value_or(static_cast<uint32_t>(Host().sel.size()));
+  }
+
+  bool ReadEntry(tagSEL_DATA& entry) override {
+    const auto found = std::ranges::find_if(Host().sel, [wanted = entry.wRecordID](const ScriptedEntry& e) {
+      return wanted == 0 || e.record_id == wanted;
+    });
+    if (found == Host().sel.end() || found->fails) return false;
+    entry = {found->record_id, found->next_id, found->record};
+    return true;
+  }
+
+  const standin::Sensors& GetSensors() const override { return none_; }
+
+ private:
+  standin::Sensors none_;
+} g_controller;
+
+int GetString(uint16_t language, const standin::StringRequest& request, char* buffer, uint32_t* size) {
+  const std::string& fault = Host().fault;
+  const auto name = Host().names.find(request.object_id);
+  if (language != 0x0409 || request.type != standin::kSensorName ||
+      request.arguments != decltype(request.arguments){} || name == Host().names.end() ||
+      fault == (buffer == nullptr ? "size" : "text")) {
+    return 0;
+  }
+  const auto whole = static_cast<uint32_t>(name->second.size() + 1);
+  if (buffer != nullptr) {
+    std::memset(buffer, '?', *size);
+    std::memcpy(buffer, name->second.c_str(), fault == "short" ? whole : std::min(*size, whole));
+  } else if (fault == "empty") {
+    *size = 0;
+  } else {
+    *size = fault == "full" ? whole - 1 : fault == "long" ? whole + 8 : fault == "short" ? whole - 3 : whole;
+  }
+  return 1;
+}
+
 }  // namespace
+
+TestHost::TestHost() {
+  initialize = 0;
+  card = 1;
+  controller = &g_controller;
+  on_output = [](int level, const std::string& text) {
+    Note(g_messages, std::to_string(level) + " " + text, Host().on_message);
+  };
+  on_nubo = [](const std::string& call) { Note(g_calls, call, Host().on_call); };
+  sensor_table = [] { return Host().mapping ? *Host().mapping + '\0' : ""; };
+  convert = [](uint32_t, const tagVARIANT&, tagVARIANT*) {};
+  get_string = GetString;
+}
 
 TestHost& Host() {
   static TestHost host;
@@ -43,84 +89,3 @@ TestHost& Host() {
 Lines TakeLines() { return Take(g_messages); }
 
 Lines TakeCalls() { return Take(g_calls); }
-
-extern "C" {
-
-void Output(int level, const char* format, ...) {
-  std::array<char, 4096> text{};
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text.data(), text.size(), format, arguments);
-  va_end(arguments);
-  Note(g_messages, std::to_string(level) + " " + text.data(), Host().on_message);
-}
-
-int GeneralOSSupportChecking() { return Host().supported; }
-
-int GetOSDist() { return Host().dist; }
-
-int gmInitialize() {
-  Called("gmInitialize");
-  return Host().initialize;
-}
-
-int gmUninitialize() {
-  Called("gmUninitialize");
-  return Host().uninitialize;
-}
-
-int gmGetIPMIInfo(tagIPMI_INFO* info) {
-  Called("gmGetIPMIInfo");
-  std::memset(info, 0xA5, sizeof(*info));
-  info->dwCardID = Host().card;
-  return Host().info;
-}
-
-int gmGetProperty(const char* name, uint32_t* size, char* buffer) {
-  Called("gmGetProperty");
-  EXPECT_STREQ(name, "G_IPMI_ZARP_ID");
-  if (buffer == nullptr) {
-    *size = Host().mapping ? static_cast<uint32_t>(Host().mapping->size() + 1) : 0;
-    return Host().property_size;
-  }
-  EXPECT_EQ(*size, Host().mapping->size() + 1);
-  std::memcpy(buffer, Host().mapping->c_str(), *size);
-  return Host().property_text;
-}
-
-int gmSELEnumEntry(uint32_t* count) {
-  Called("gmSELEnumEntry");
-  *count = Host().sel_count.value_or(static_cast<uint32_t>(Host().sel.size()));
-  return Host().enumerate;
-}
-
-int gmGetIPMIEntry(tagSEL_DATA* entry) {
-  const uint16_t wanted = entry->wRecordID;
-  Called("gmGetIPMIEntry " + std::to_string(wanted));
-  const auto& sel = Host().sel;
-  const auto found = std::find_if(sel.begin(), sel.end(),
-                                  [wanted](const ScriptedEntry& e) { return wanted == 0 || e.record_id == wanted; });
-  if (found == sel.end() || found->fails) return 0;
-  *entry = {found->record_id, found->next_id, found->record};
-  return 1;
-}
-
-int gmEnterMutex(uint32_t) {
-  Called("gmEnterMutex");
-  return 1;
-}
-
-int gmExitMutex() {
-  Called("gmExitMutex");
-  return 1;
-}
-
-int gmExecSensorValue(uint32_t sensor, const char* operation, int count, tagVARIANT* in, tagVARIANT* out) {
-  Called("gmExecSensorValue " + std::to_string(sensor));
-  EXPECT_STREQ(operation, "TRANS");
-  EXPECT_EQ(count, 1);
-  if (Host().convert) Host().convert(sensor, *in, out);
-  return 1;
-}
-
-}  // extern "C"

@@ -1,15 +1,16 @@
-/// host.h: the host process of the tests: the functions that the module resolves from whoever loads it, what they
-/// answer and what they were asked. Messages and calls may arrive from any thread.
+/// host.h: the host process of the tests: what it answers to the module, and what it was told and asked. Messages and
+/// calls may arrive from any thread.
 #ifndef KESTRUNE_TESTS_SUPPORT_HOST_H_
 #define KESTRUNE_TESTS_SUPPORT_HOST_H_
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "platform/nubo.h"
+#include "standin/host.h"
 
 /// One entry of the scripted controller's event log.
 struct ScriptedEntry {
@@ -19,22 +20,18 @@ struct ScriptedEntry {
   bool fails = false;
 };
 
-/// What the host answers: a supported machine without a controller, until a test says otherwise.
-struct TestHost {
-  int supported = 1;                   ///< GeneralOSSupportChecking
-  int dist = 0;                        ///< GetOSDist
-  int initialize = 0;                  ///< gmInitialize
-  int uninitialize = 1;                ///< gmUninitialize
-  int info = 1;                        ///< gmGetIPMIInfo
-  uint32_t card = 1;                   ///< its card ID
-  int property_size = 1;               ///< gmGetProperty without a buffer
-  int property_text = 1;               ///< gmGetProperty with one
-  std::optional<std::string> mapping;  ///< text of G_IPMI_ZARP_ID; unset: its size is 0
-  int enumerate = 1;                   ///< gmSELEnumEntry
-  std::optional<uint32_t> sel_count;   ///< its count; unset: as many as there are entries
-  std::vector<ScriptedEntry> sel;      ///< the event log; the front is its first entry
-  /// gmExecSensorValue; unset: `out` stays untouched.
-  std::function<void(uint32_t sensor, const tagVARIANT& in, tagVARIANT* out)> convert;
+/// A supported machine without a controller, until a test says otherwise.
+struct TestHost : standin::HostProcess {
+  TestHost();
+
+  std::optional<std::string> mapping;     ///< text of G_IPMI_ZARP_ID; unset: its size is 0
+  int enumerate = 1;                      ///< whether the controller tells its number of entries
+  std::optional<uint32_t> sel_count;      ///< that number; unset: as many as there are entries
+  std::vector<ScriptedEntry> sel;         ///< the event log; the front is its first entry
+  std::map<uint32_t, std::string> names;  ///< the resource manager's, by the sensors' host IDs
+  /// Of a string request, "size" and "text": that step fails; "empty": a size of 0 is told; "full": the size is filled
+  /// without a NUL; "long": 8 bytes too many are told; "short": 3 too few, and all are written.
+  std::string fault;
   std::function<void(const std::string& line)> on_message;  ///< runs inside Output, with the line of TakeLines
   std::function<void(const std::string& call)> on_call;     ///< runs first thing inside each gm... function
 
@@ -50,8 +47,7 @@ using Lines = std::vector<std::string>;
 
 /// The messages sent to Output since the last call, each as its level, a blank and its text.
 Lines TakeLines();
-/// The calls of gm... functions since the last call: the name, followed for gmGetIPMIEntry by the record ID and for
-/// gmExecSensorValue by the sensor ID asked for, in decimal.
+/// The calls of gm... functions since the last call, as standin::HostProcess notes them.
 Lines TakeCalls();
 
 /// A message of operation `where` as TakeLines gives it: an error, a debug message.

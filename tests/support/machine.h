@@ -3,59 +3,59 @@
 #ifndef KESTRUNE_TESTS_SUPPORT_MACHINE_H_
 #define KESTRUNE_TESTS_SUPPORT_MACHINE_H_
 
+#include <chrono>
+#include <cstdlib>
 #include <ctime>
+#include <filesystem>
+#include <ios>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace machine {
 
-/// Whether this process runs in a fresh private machine; all else here may only be used if it does.
-bool IsPrivate();
 /// Takes away what tests and module left in the four folders.
 void Reset();
 
-void WriteFile(const std::string& path, std::string_view content);
-void AppendFile(const std::string& path, std::string_view content);
+void WriteFile(const std::string& path, std::string_view content, std::ios::openmode mode = std::ios::trunc);
+inline void AppendFile(const std::string& path, std::string_view content) { WriteFile(path, content, std::ios::app); }
 std::string ReadFile(const std::string& path);
-void SetTime(const std::string& path, time_t seconds);
-void Remove(const std::string& path);
-void PlantLink(const std::string& path, const std::string& target);
-void PlantHardLink(const std::string& path, const std::string& target);
-void PlantFolder(const std::string& path);
+inline void SetTime(const std::string& path, time_t seconds) {
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
+}
+inline void Remove(const std::string& path) { std::filesystem::remove_all(path); }
+inline void PlantLink(const std::string& path, const std::string& target) {
+  Remove(path);
+  std::filesystem::create_symlink(target, path);
+}
+inline void PlantHardLink(const std::string& path, const std::string& target) {
+  std::filesystem::create_hard_link(target, path);
+}
+inline void PlantFolder(const std::string& path) {
+  Remove(path);
+  std::filesystem::create_directories(path);
+}
 void PlantFIFO(const std::string& path);
 /// A file that everybody may write, of another user where this process may make one.
 void PlantStrangersFile(const std::string& path);
 std::set<std::string> Listing(const std::string& folder);
+/// Removes what was renamed aside from `path`. Returns how many there were.
+int RemoveAside(const std::string& path);
 std::set<int> OpenDescriptors();
-/// Lays the resource-manager library of the tests where the module looks for it, or one without the export `omitted`.
+/// Lays the resource-manager library where the module looks for it, or one without the export `omitted`. The strings
+/// come from Host().
 void InstallResourceManager(const std::string& omitted = "");
-
-/// The commands that the module runs. While an instance lives, PATH leads to them alone, each can be taken away or made
-/// to do something first, and every call is noted.
-class Commands {
- public:
-  Commands();
-  ~Commands();
-  Commands(const Commands&) = delete;
-  Commands& operator=(const Commands&) = delete;
-  void Drop(const std::string& name);
-  /// Runs the shell lines `script` before the command itself; "$real" is its path, "$@" its arguments.
-  void Before(const std::string& name, const std::string& script);
-  /// The calls since the last time, each with its arguments. Sorted: the parts of a pipeline start in any order.
-  std::multiset<std::string> TakeCalls();
-
- private:
-  std::string path_;
-};
 
 /// An environment variable that is set, or unset for a null value, to the end of the scope.
 class ScopedVariable {
  public:
-  ScopedVariable(const char* name, const char* value);
-  ~ScopedVariable();
+  ScopedVariable(const char* name, const char* value) : name_(name) {
+    if (const char* before = std::getenv(name)) before_ = before;
+    value != nullptr ? setenv(name, value, 1) : unsetenv(name);
+  }
+  ~ScopedVariable() { before_ ? setenv(name_, before_->c_str(), 1) : unsetenv(name_); }
   ScopedVariable(const ScopedVariable&) = delete;
   ScopedVariable& operator=(const ScopedVariable&) = delete;
 
@@ -64,17 +64,21 @@ class ScopedVariable {
   std::optional<std::string> before_;
 };
 
-/// The socket of the system log. A message is its priority in angle brackets and its text.
-class SystemLog {
+/// The commands that the module runs. While an instance lives, PATH leads to them alone, each can be taken away or made
+/// to do something first, and every call is noted.
+class Commands {
  public:
-  SystemLog();
-  ~SystemLog();
-  SystemLog(const SystemLog&) = delete;
-  SystemLog& operator=(const SystemLog&) = delete;
-  std::vector<std::string> Take() const;
+  Commands();
+  void Drop(const std::string& name);
+  /// Runs the shell lines `script` before the command itself; "$real" is its path, "$@" its arguments. PATH is that of
+  /// the test there.
+  void Before(const std::string& name, const std::string& script);
+  /// The calls since the last time, each with its arguments. Sorted: the parts of a pipeline start in any order.
+  std::multiset<std::string> TakeCalls();
 
  private:
-  int socket_;
+  std::string real_path_;
+  ScopedVariable path_;
 };
 
 }  // namespace machine

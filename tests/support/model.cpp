@@ -71,12 +71,10 @@ Rows List(Lines lines, uint32_t id, size_t first_index) {
 
 }  // namespace
 
-Rows ModelRows(const std::string& content, uint32_t id) { return List(SplitLines(content), id, 1); }
-
 Rows ModelRows(const std::string& content, uint32_t id, size_t begin, size_t end) {
   Lines lines = SplitLines(content);
   if (id == LOG_APPLICATION) std::sort(lines.begin(), lines.end(), IsOlder);
-  const size_t first = lines.size() - end;
+  const size_t first = end == 0 ? 0 : lines.size() - end;
   return List({lines.begin() + static_cast<ptrdiff_t>(first), lines.end() - static_cast<ptrdiff_t>(begin - 1)}, id,
               first + 1);
 }

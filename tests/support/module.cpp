@@ -1,27 +1,13 @@
 #include "tests/support/module.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <codecvt>
 #include <cstdlib>
-#include <cstring>
+#include <cwchar>
 #include <locale>
-#include <memory>
-#include <ostream>
-#include <stdexcept>
 #include <string_view>
 
 namespace {
-
-constexpr uint8_t kPattern = 0xC7;
-
-const char* ModulePath() { return std::getenv("KESTRUNE_MODULE"); }
-
-bool IsUntouched(const tagCONFIGITEM& item) {
-  const auto* bytes = reinterpret_cast<const uint8_t*>(&item);
-  return std::all_of(bytes, bytes + sizeof(item), [](uint8_t byte) { return byte == kPattern; });
-}
 
 std::string ToText(const tagVARIANT& value) {
   if (value.vt == VT_I4) return std::to_string(value.value.llVal);
@@ -34,87 +20,50 @@ std::string ToText(const tagVARIANT& value) {
   return std::wstring_convert<std::codecvt_utf8<wchar_t>>().to_bytes(value.value.bstrVal);
 }
 
-Row TakeRow(const tagCONFIGITEM& item) {
-  const std::unique_ptr<tagCONFIGENTRY[]> entries(item.pEntries);
+Row MakeRow(const tagCONFIGITEM& item) {
   Row row{item.dwIndex, item.dwID, "", {}};
   for (size_t i = 0; i < item.dwEntryCount; ++i) {
-    const std::string attributes = std::to_string(entries[i].dwAttributes);
-    row.shape += (i == 0 ? "" : " ") + std::to_string(entries[i].dwEntryID) + ":" + attributes;
-    row.values.push_back(ToText(entries[i].varValue));
-    EXPECT_EQ(entries[i].bFlag, 0);
+    const tagCONFIGENTRY& entry = item.pEntries[i];
+    row.shape += (i == 0 ? "" : " ") + std::to_string(entry.dwEntryID) + ":" + std::to_string(entry.dwAttributes);
+    row.values.push_back(ToText(entry.varValue));
+    EXPECT_EQ(entry.bFlag, 0);
   }
   return row;
 }
 
 }  // namespace
 
-HostModule::HostModule() : handle_(dlopen(ModulePath(), RTLD_NOW | RTLD_LOCAL)) {
-  if (handle_ == nullptr) throw std::runtime_error(dlerror());
-}
+HostModule::HostModule() : Module(std::getenv("KESTRUNE_MODULE")) {}
 
-HostModule::~HostModule() {
-  SPUninitialize();
-  EXPECT_EQ(dlclose(handle_), 0);
-  EXPECT_EQ(dlopen(ModulePath(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "the module is still in the process";
-}
-
-void* HostModule::Symbol(const char* name) const {
-  void* symbol = dlsym(handle_, name);
-  if (symbol == nullptr) throw std::runtime_error(dlerror());
-  return symbol;
-}
-
-tagIDV Group(uint32_t id, uint32_t index) {
-  tagIDV identifier{};
-  identifier.dwIDVType = IDV_CONFIGGROUP;
-  identifier.id.group = {static_cast<uint16_t>(index), static_cast<uint16_t>(id)};
-  return identifier;
-}
-
-tagIDV Type(uint32_t id, uint32_t index) {
-  tagIDV identifier{};
-  identifier.dwIDVType = IDV_CONFIGTYPE;
-  identifier.id.type = {index, id};
-  return identifier;
-}
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.index << "/" << row.id << " [" << row.shape << "]";
-  for (const std::string& value : row.values) *out << " '" << value << "'";
-}
+HostModule::~HostModule() { EXPECT_TRUE(Unload()) << "the module is still in the process"; }
 
 Reply Send(const HostModule& module, const ItemRequest& request) {
   const bool ranged = std::string_view(request.name) == SP_CONFIGITEMEX;
   tagITEMRANGE range{request.begin, request.end, 0x5EED, request.count};
-  uint32_t count = request.count;
   // The identifier of the group form is four bytes shorter.
   const auto* bytes = reinterpret_cast<const char*>(&request.identifier);
   std::vector<char> identifier(bytes, bytes + (request.identifier.dwIDVType == IDV_CONFIGGROUP ? 12 : 16));
   const std::vector<char> identifier_before = identifier;
-  const size_t capacity = std::max<size_t>(request.count, 1);
-  const std::unique_ptr<tagCONFIGITEM[]> items(request.array ? new tagCONFIGITEM[capacity] : nullptr);
-  if (items) std::memset(static_cast<void*>(items.get()), kPattern, capacity * sizeof(tagCONFIGITEM));
+  standin::MarkedItems items(std::max(request.count, 1U));
 
-  Reply reply{};
   TakeLines();
-  const int32_t result = module.SPConfig(SP_OP_GET, request.name, identifier.data(),
-                                         ranged ? static_cast<void*>(&range) : static_cast<void*>(&count), items.get());
-  if (ranged) count = range.dwCount;
-  reply = {result, count, range.dwBegin, range.dwEnd, {}, TakeLines()};
+  const int32_t result =
+      module.SPConfig(SP_OP_GET, request.name, identifier.data(), ranged ? &range.dwBegin : &range.dwCount,
+                      request.array ? items.data() : nullptr);
+  Reply reply{result, range.dwCount, range.dwBegin, range.dwEnd, {}, TakeLines()};
   EXPECT_EQ(range.dwReserved, 0x5EEDU);
   EXPECT_EQ(identifier, identifier_before);
-  if (items) {
-    EXPECT_LE(count, request.count);
-    const size_t filled = result == 1 ? std::min<size_t>(count, request.count) : 0;
-    for (size_t i = 0; i < filled; ++i) reply.rows.push_back(TakeRow(items[i]));
-    EXPECT_TRUE(std::all_of(items.get() + filled, items.get() + capacity, IsUntouched)) << "items behind the reply";
-  }
+  EXPECT_TRUE(!request.array || reply.count <= request.count);
+  const size_t filled = result == 1 && request.array ? std::min(reply.count, request.count) : 0;
+  EXPECT_EQ(items.CountFilled(), filled);
+  for (size_t i = 0; i < items.CountFilled().value_or(0); ++i) reply.rows.push_back(MakeRow(items[i]));
   return reply;
 }
 
 ModuleTest::ModuleTest() {
   machine::Reset();
   Host() = TestHost();
+  standin::host = &Host();
   TakeLines();
   TakeCalls();
   tmp_before_ = machine::Listing("/tmp");

@@ -6,49 +6,30 @@
 
 #include <array>
 #include <cstdint>
-#include <iosfwd>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "kestrune/kestrune.h"
+#include "standin/items.h"
+#include "standin/module.h"
 #include "tests/support/host.h"
 #include "tests/support/machine.h"
 
+/// Item identifiers of the two forms.
+inline tagIDV Group(uint32_t id, uint32_t index = 0) { return standin::Group(id, index); }
+inline tagIDV Type(uint32_t id, uint32_t index = 0) { return standin::Type(id, index); }
+
 /// The module, loaded afresh from the file that KESTRUNE_MODULE names. The end of the object stops it, unloads it and
 /// checks that it has left the process.
-class HostModule {
-  void* handle_;
-  void* Symbol(const char* name) const;
-
- public:
+struct HostModule : standin::Module {
   HostModule();
   ~HostModule();
-  HostModule(const HostModule&) = delete;
-  HostModule& operator=(const HostModule&) = delete;
-
-  template <typename T>
-  T Find(const char* name) const {
-    return reinterpret_cast<T>(Symbol(name));
-  }
-
-#define KESTRUNE_TEST_SYMBOL(name) const decltype(&::name) name = Find<decltype(&::name)>(#name)
-  KESTRUNE_TEST_SYMBOL(SPInitialize);
-  KESTRUNE_TEST_SYMBOL(SPUninitialize);
-  KESTRUNE_TEST_SYMBOL(SPConfig);
-  KESTRUNE_TEST_SYMBOL(DefSPConfigHandler);
-  KESTRUNE_TEST_SYMBOL(g_SPGlobal);
-  KESTRUNE_TEST_SYMBOL(g_bRepeatEvent);
-  KESTRUNE_TEST_SYMBOL(g_uiUpdateInterval);
-  KESTRUNE_TEST_SYMBOL(AppLogList);
-  KESTRUNE_TEST_SYMBOL(selEnable);
-#undef KESTRUNE_TEST_SYMBOL
+  KESTRUNE_MODULE_NAME(DefSPConfigHandler);
+  KESTRUNE_MODULE_NAME(g_SPGlobal);
+  KESTRUNE_MODULE_NAME(AppLogList);
+  KESTRUNE_MODULE_NAME(selEnable);
 };
-
-/// Item identifiers of the two forms.
-tagIDV Group(uint32_t id, uint32_t index = 0);
-tagIDV Type(uint32_t id, uint32_t index = 0);
 
 /// One item of a reply. `shape` lists the entries as ID:attributes; numbers are given as decimal text, strings in
 /// UTF-8.
@@ -60,7 +41,9 @@ struct Row {
   bool operator==(const Row&) const = default;
 };
 using Rows = std::vector<Row>;
-void PrintTo(const Row& row, std::ostream* out);
+inline void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.index << "/" << row.id << " [" << row.shape << "] " << testing::PrintToString(row.values);
+}
 inline constexpr char kTextShape[] = "4:1 5:1 6:1 8:1 9:1";
 inline constexpr char kSELShape[] = "4:1 5:1 9:1 10:1 11:1";
 inline constexpr char kPropertyShape[] = "1:1 2:10 3:10";
@@ -103,11 +86,6 @@ inline Reply QueryRange(const HostModule& module, const tagIDV& identifier, uint
 inline Reply FetchRange(const HostModule& module, const tagIDV& identifier, uint32_t begin, uint32_t end,
                         uint32_t capacity) {
   return Send(module, {SP_CONFIGITEMEX, identifier, capacity, true, begin, end});
-}
-
-/// The record count that SP_PROPERTY reports for one log.
-inline int64_t RecordCount(const HostModule& module, const tagIDV& identifier) {
-  return std::stoll(Send(module, {SP_PROPERTY, identifier, 1, true}).rows.at(0).values.at(0));
 }
 
 /// A test in a clean machine with a clean host. At its end the module is unloaded, and /tmp, the merged log and the

@@ -1,14 +1,14 @@
-/// compat.h: how values get into variants. The exported functions of this layer are declared in kestrune.h.
-#ifndef KESTRUNE_FRAME_COMPAT_H_
-#define KESTRUNE_FRAME_COMPAT_H_
+/// value.h: how values get into variants: wide strings made of multibyte text, and the rules of assignment.
+#ifndef KESTRUNE_HOSTDATA_VALUE_H_
+#define KESTRUNE_HOSTDATA_VALUE_H_
 
 #include <cstdint>
 #include <string_view>
 
 #include "kestrune/kestrune.h"
 
-/// Makes wide strings of multibyte text. What is to be known of the locale is asked once, by the constructor, so an
-/// object serves one request.
+/// Makes wide strings of multibyte text. The constructor looks at the current locale once, so an object is good for one
+/// request.
 class TextWidener {
  public:
   TextWidener();
@@ -28,4 +28,4 @@ void AssignInteger(tagVARIANT& variant, int64_t value);
 /// VT_ERROR with KESTRUNE_OUT_OF_MEMORY.
 void AssignString(tagVARIANT& variant, std::string_view text, const TextWidener& widener);
 
-#endif  // KESTRUNE_FRAME_COMPAT_H_
+#endif  // KESTRUNE_HOSTDATA_VALUE_H_

@@ -1,4 +1,4 @@
-#include "sel/sensorid.h"
+#include "translate/sensorid.h"
 
 #include <cstdio>
 #include <cstring>
@@ -15,7 +15,7 @@ constexpr char TABLE_PROPERTY[] = "G_IPMI_ZARP_ID";
 constexpr char FIELD_SEPARATOR[] = ";";
 
 bool ReadHexadecimal(const char* field, unsigned int& number) {
-  return sscanf(field, "%x", &number) == 1;  // NOLINT(cert-err34-c): fields may have letters behind the number
+  return sscanf(field, "%x", &number) == 1;  // NOLINT(cert-err34-c): letters may follow the number
 }
 
 /// Appends the pairs of `text`, which is cut in place.

@@ -1,0 +1,59 @@
+/// messages.cpp: keeps the last error of a module, shows its messages, exchanges the C streams.
+#include "standin/messages.h"
+
+#include <unistd.h>
+
+#include <mutex>
+#include <string_view>
+
+#include "standin/host.h"
+
+namespace standin {
+namespace {
+
+std::mutex last_error_mutex;
+std::string last_error;
+
+std::string LevelName(int level) {
+  if (level == OUTPUT_ERROR) return "error";
+  if (level == OUTPUT_WARNING) return "warning";
+  return level == OUTPUT_DEBUG ? "debug" : std::to_string(level);
+}
+
+ssize_t WriteUnlessDebug(void*, const char* text, size_t size) {
+  if (std::string_view(text, size).substr(0, 3) == "Dbg") return static_cast<ssize_t>(size);
+  return write(STDERR_FILENO, text, size);
+}
+
+}  // namespace
+
+void TakeMessages(bool verbose) {
+  host->on_output = [verbose](int level, std::string text) {
+    while (!text.empty() && text.back() == '\n') text.pop_back();
+    if (verbose) std::fprintf(stderr, "[%s] %s\n", LevelName(level).c_str(), text.c_str());
+    const std::lock_guard lock(last_error_mutex);
+    if (level == OUTPUT_ERROR) last_error = text;
+  };
+}
+
+std::string LastError() {
+  const std::lock_guard lock(last_error_mutex);
+  return last_error;
+}
+
+StreamGuard::StreamGuard(bool verbose) {
+  if (!verbose) filter_ = fopencookie(nullptr, "w", {nullptr, WriteUnlessDebug, nullptr, nullptr});
+  if (filter_ != nullptr) {
+    std::setvbuf(filter_, nullptr, _IOLBF, BUFSIZ);
+    stderr = filter_;
+  }
+  stdout = stderr;
+}
+
+StreamGuard::~StreamGuard() {
+  stdout = out_;
+  stderr = err_;
+  if (filter_ != nullptr) std::fclose(filter_);
+}
+
+}  // namespace standin
