@@ -5,10 +5,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "standin/controller.h"
 #include "standin/ipmitransport.h"
+#include "standin/progress.h"
 
 namespace standin {
 
@@ -29,8 +31,7 @@ class IPMIController : public Controller {
   /// What the sensors lack, or which were left out.
   const std::vector<std::string>& notes() const { return notes_; }
 
-  /// Why CountEntries or ReadEntry failed last, but for an entry that is not there. Empty when none did.
-  const std::string& problem() const { return problem_; }
+  std::string TakeProblem() override { return std::exchange(problem_, {}); }
 
  private:
   uint32_t AskForCount();

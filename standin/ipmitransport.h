@@ -5,16 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
 namespace standin {
 
 using Bytes = std::vector<uint8_t>;
-
-/// Told of long reads: how many records were read, of how many.
-using Progress = std::function<void(size_t read, size_t of)>;
 
 struct IPMICommand {
   uint8_t function;  ///< network function

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "standin/ipmitransport.h"
+#include "standin/progress.h"
 
 namespace standin {
 

@@ -7,9 +7,11 @@ extern "C" {
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <sstream>
 
+#include "standin/capture.h"
 #include "standin/failure.h"
 #include "standin/ipmiconnection.h"
 #include "standin/ipmicontroller.h"
@@ -112,7 +114,7 @@ TEST(IPMISimulator, LogsThatChange) {
     std::string ours;
     entry.wRecordID = 0;
     for (const int sensor : sensors) {
-      ASSERT_TRUE(controller.ReadEntry(entry)) << controller.problem();
+      ASSERT_TRUE(controller.ReadEntry(entry)) << controller.TakeProblem();
       EXPECT_EQ(entry.abyRecord[11], sensor);
       EXPECT_EQ(entry.wRecordID, entry.abyRecord[0] | entry.abyRecord[1] << 8);
       ours.append(entry.abyRecord.begin(), entry.abyRecord.end());
@@ -121,14 +123,15 @@ TEST(IPMISimulator, LogsThatChange) {
     EXPECT_EQ(entry.wRecordID, SEL_LAST_ENTRY);
     simulator.Tool("sel writeraw /tmp/theirs");
     EXPECT_EQ(ours, machine::ReadFile("/tmp/theirs"));
-    machine::WriteFile("/tmp/ours", ours);
+    SaveCapture(controller, "/tmp/ours", {}, true, {});
+    EXPECT_EQ(ours, machine::ReadFile("/tmp/ours"));
     EXPECT_EQ(simulator.Tool("sel readraw /tmp/ours"), simulator.Tool("sel list"));
   };
   const auto expect_gone = [&](uint16_t id) {
     entry = {id, 77, {1}};
     EXPECT_FALSE(controller.ReadEntry(entry));
     EXPECT_EQ(entry.wNextRecordID, 77);
-    EXPECT_EQ(controller.problem(), "");
+    EXPECT_EQ(controller.TakeProblem(), "");
   };
   EXPECT_EQ(controller.CountEntries(), 0U);
   expect_gone(0);
@@ -197,13 +200,12 @@ TEST(IPMISimulator, LostSessions) {
   simulator.Start();
   simulator.AddEvent(1);
   EXPECT_EQ(controller.CountEntries(), 1U) << "a new session";
-  EXPECT_EQ(controller.problem(), "");
+  EXPECT_EQ(controller.TakeProblem(), "");
 
   simulator.Kill();
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(controller.CountEntries(), std::nullopt);
-  EXPECT_EQ(controller.problem().find("the session was lost; no session with the controller at 127.0.0.1 port "), 0U)
-      << controller.problem();
+  EXPECT_EQ(controller.TakeProblem().substr(0, 62), "the session was lost; no session with the controller at 127.0.");
   tagSEL_DATA entry{};
   for (int i = 0; i < 1000; ++i) EXPECT_FALSE(controller.ReadEntry(entry)) << "at once";
   EXPECT_LT(std::chrono::steady_clock::now() - start, 2500ms);
@@ -386,17 +388,54 @@ TEST(IPMIFaults, EventLog) {
     tagSEL_DATA entry{static_cast<uint16_t>(c.id), 77, {1}};
     EXPECT_EQ(controller.ReadEntry(entry), c.good) << c.id;
     EXPECT_EQ(entry.wNextRecordID != 77, c.good);
-    EXPECT_EQ(controller.problem(), c.problem);
+    EXPECT_EQ(controller.TakeProblem(), c.problem);
     EXPECT_EQ(controller.CountEntries(), 2U);
     EXPECT_EQ(asked, "Get SEL Entry;Get SEL Info;") << "an unchanged log costs one command";
   }
   IPMIController controller(std::make_unique<FakeController>(Fault{"Get SEL Info", 1, kAlways, {0, 0x51}}));
   EXPECT_EQ(controller.CountEntries(), std::nullopt);
-  EXPECT_EQ(controller.problem(), answers + "Info with 1 bytes instead of 14");
+  EXPECT_EQ(controller.TakeProblem(), answers + "Info with 1 bytes instead of 14");
   EXPECT_EQ(Outcome([] {
               return std::make_unique<FakeController>(Fault{"Get SEL Info", 0, 1, {0xC1}});
             }),
             "1: " + answers + "Info: it does not know this command (completion code C1h)");
+}
+
+TEST(IPMIFaults, Captures) {
+  const std::string sel = "/tmp/capture/sel.raw", sensors = "/tmp/capture/sensors.json";
+  const auto save = [&](const Fault& fault, bool overwrite) -> std::string {
+    IPMIController controller(std::make_unique<FakeController>(fault));
+    try {
+      SaveCapture(controller, sel, sensors, overwrite, {});
+      return "saved";
+    } catch (const Failure& failure) {
+      return failure.what();
+    }
+  };
+  std::string log(32, '\0');
+  log[0] = 5;
+  log[16] = 9;
+  const std::string cannot = "cannot write '" + sel + "': ", answers = "the controller answers Get SEL Entry: ";
+  EXPECT_EQ(save({}, false), cannot + "No such file or directory");
+  machine::PlantFolder("/tmp/capture");
+  EXPECT_EQ(save({"Get SEL Entry", 1, kAlways, {0xD4}}, false),
+            answers + "the privilege level is too low (completion code D4h)");
+  EXPECT_EQ(save({"Get SEL Entry", 1, kAlways, {0xCB}}, false),
+            "the controller's log changed, or its chain broke, each time it was read");
+  EXPECT_EQ(machine::Listing("/tmp/capture"), std::set<std::string>());
+  machine::WriteFile(sensors, "mine");
+  EXPECT_EQ(save({}, false), "'" + sensors + "' exists; --force overwrites it");
+  EXPECT_EQ(machine::ReadFile(sensors), "mine");
+  EXPECT_EQ(machine::Listing("/tmp/capture"), std::set<std::string>{"sensors.json"});
+  EXPECT_EQ(save({"Get SEL Entry", 1, 1, {0xCB}}, true), "saved") << "the log changed once";
+  EXPECT_EQ(machine::ReadFile(sel), log);
+  EXPECT_EQ(ReadSensors(sensors).size(), 3U);
+  EXPECT_EQ(machine::Listing("/tmp/capture"), (std::set<std::string>{"sel.raw", "sensors.json"}));
+  for (const std::string& path : {sel, sensors}) {
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+  }
+  machine::PlantLink(sel, "/tmp/elsewhere");
+  EXPECT_EQ(save({}, true), "'" + sel + "' is no file that could be overwritten");
 }
 
 }  // namespace
