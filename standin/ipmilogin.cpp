@@ -21,11 +21,14 @@ struct Lookup {
 
 Lookup LookUp(const std::string& host) {
   addrinfo hints{};
-  hints.ai_flags = AI_ADDRCONFIG;
   hints.ai_socktype = SOCK_DGRAM;
   addrinfo* found = nullptr;
   Lookup result;
-  result.error = getaddrinfo(host.c_str(), nullptr, &hints, &found);
+  for (const int flags : {AI_NUMERICHOST, AI_ADDRCONFIG}) {  // addresses are taken also without a network
+    hints.ai_flags = flags;
+    result.error = getaddrinfo(host.c_str(), nullptr, &hints, &found);
+    if (result.error == 0) break;
+  }
   if (result.error != 0) return result;
   std::array<char, NI_MAXHOST> address{};
   result.error =
@@ -79,9 +82,8 @@ std::string StatusProblem(int status) {
   }
 }
 
-bool IsSilence(const IPMILoginError& error) {
-  return !error.answered || error.error == ETIMEDOUT ||
-         error.error == static_cast<int>(IPMI_IPMI_ERR_VAL(kIPMITimeout));
+bool IsTimeout(const IPMILoginError& error) {
+  return error.error == ETIMEDOUT || error.error == static_cast<int>(IPMI_IPMI_ERR_VAL(kIPMITimeout));
 }
 
 }  // namespace
@@ -107,14 +109,13 @@ std::string ResolveHost(const std::string& host, Deadline deadline) {
 bool LacksRMCPPlus(const IPMILoginError& error) { return error.error == ENOENT && error.answered; }
 
 std::string LoginErrorText(IPMIProtocol protocol, const IPMILoginError& error) {
-  if (protocol == IPMIProtocol::kLocal && IPMI_IS_OS_ERR(error.error)) return std::strerror(error.error);
-  if (IsSilence(error)) {
-    return protocol == IPMIProtocol::kLocal || !error.answered
-               ? "nobody answers"
-               : "it stopped answering at login (wrong user or password, or the network loses packets)";
-  }
+  const bool local = protocol == IPMIProtocol::kLocal;
+  if (local ? IsTimeout(error) : !error.answered) return "nobody answers";
+  if (IsTimeout(error)) return "it stopped answering at login (wrong user or password, or the network loses packets)";
   if (LacksRMCPPlus(error)) return "it does not know RMCP+ (IPMI 2.0), and a login by IPMI 1.5 was not allowed";
-  if (error.error == EINVAL) return protocol == IPMIProtocol::k1_5 ? "it allows no login with MD5" : kWrongUser;
+  // The library says so when the controller's proof that it knows the password does not hold.
+  if (protocol == IPMIProtocol::kRMCPPlus && error.error == EINVAL) return kWrongUser;
+  if (protocol == IPMIProtocol::k1_5 && error.error == EINVAL) return "it allows no login with MD5";
   if (IPMI_IS_RMCPP_ERR(error.error)) return StatusProblem(IPMI_GET_RMCPP_ERR(error.error));
   if (IPMI_IS_IPMI_ERR(error.error)) {
     return CompletionProblem(protocol, static_cast<uint8_t>(IPMI_GET_IPMI_ERR(error.error)));
