@@ -17,15 +17,15 @@ namespace bench {
 // ---- measure.cpp: time and memory ----------------------------------------------------------------------------------
 
 /// How often each thing is timed; the median counts.
-inline constexpr int kRounds = 11;
+inline constexpr int ROUNDS = 11;
 
 struct Settings {
   /// Time on the clock, not CPU time: that of this process and of the commands it has waited for, which leaves out what
   /// other processes do meanwhile.
-  bool wall_clock = false;
+  bool wallClock = false;
   /// Memory comes from the kernel, page by page, the C library having given back all that was free. Otherwise the heap
   /// has kept what is needed from earlier times.
-  bool fresh_memory = false;
+  bool freshMemory = false;
 };
 void Configure(const Settings& settings);
 
@@ -42,10 +42,10 @@ double Median(std::vector<double> values);
 struct Pair {
   Work work;
   Work reference;
-  bool work_first = false;
+  bool workFirst = false;
 
   double Ratio();        ///< the work's time over the reference's
-  double MedianRatio();  ///< of kRounds
+  double MedianRatio();  ///< of ROUNDS
 };
 
 /// Bytes from operator new, the module's included.
@@ -60,8 +60,8 @@ MemoryUse CountMemory(const std::function<void()>& run);
 
 /// Sizes of the logs: lines of the text log, records of the SEL.
 using Sizes = std::array<size_t, 3>;
-inline constexpr Sizes kLines = {300, 3'000, 30'000};
-inline constexpr Sizes kRecords = {1'000, 10'000, 65'000};
+inline constexpr Sizes LINES = {300, 3'000, 30'000};
+inline constexpr Sizes RECORDS = {1'000, 10'000, 65'000};
 
 /// A system log; a line has 60 to 160 characters with its newline.
 std::string LogText(size_t lines);
@@ -94,9 +94,9 @@ class Floor {
 
 // ---- host.cpp: the host --------------------------------------------------------------------------------------------
 
-/// The sensors have the numbers 1 to kSensors. The host's ID of each is as much greater as this, and it names them all.
-inline constexpr uint32_t kSensors = 48;
-inline constexpr uint32_t kHostSensorBase = 0x2000;
+/// The sensors have the numbers 1 to SENSORS. The host's ID of each is as much greater as this, and it names them all.
+inline constexpr uint32_t SENSORS = 48;
+inline constexpr uint32_t HOST_SENSOR_BASE = 0x2000;
 
 /// Makes this the log of the controller, which is there from the first call on.
 void SetEventLog(std::vector<SELRecord> records);
@@ -106,9 +106,9 @@ void SetEventLog(std::vector<SELRecord> records);
 
 /// Times over those of the reference.
 struct RoutineRatios {
-  std::array<double, 3> lines_to_items;  ///< at the sizes kLines, over the floor
-  std::array<double, 3> sel_to_items;    ///< at the sizes kRecords, over the floor
-  double record_to_line;                 ///< over the plain way
+  std::array<double, 3> linesToItems;  ///< at the sizes LINES, over the floor
+  std::array<double, 3> selToItems;    ///< at the sizes RECORDS, over the floor
+  double recordToLine;                 ///< over the plain way
 };
 RoutineRatios MeasureRoutines();
 

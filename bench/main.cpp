@@ -14,9 +14,9 @@
 
 namespace {
 
-void Row(const char* work, const char* against, double ratio, double goal, bool at_least = false) {
-  const char* verdict = (at_least ? ratio >= goal : ratio <= goal) ? "met" : "missed";
-  std::printf("| %-50s | %-36s | %5.2f | %s %.1f | %-6s |\n", work, against, ratio, at_least ? ">=" : "<=", goal,
+void Row(const char* work, const char* against, double ratio, double goal, bool atLeast = false) {
+  const char* verdict = (atLeast ? ratio >= goal : ratio <= goal) ? "met" : "missed";
+  std::printf("| %-50s | %-36s | %5.2f | %s %.1f | %-6s |\n", work, against, ratio, atLeast ? ">=" : "<=", goal,
               verdict);
   std::fflush(stdout);
 }
@@ -32,22 +32,21 @@ void Measure() {
   Row("whole fetch of 30,000 lines, stale cache, UTF-8", "the commands by hand, and the floor", bench::WholeTextFetch(),
       1.1);
   Row("newest 20 of 30,000 lines, current cache", "the commands by hand", bench::NewestLines(), 1.1);
-  Row("lines into items, 30,000 lines", "the floor", routines.lines_to_items.back(), 1.5);
+  Row("lines into items, 30,000 lines", "the floor", routines.linesToItems.back(), 1.5);
   Row("whole fetch of an unchanged SEL, 65,000 records", "the floor", bench::WholeSELFetch(), 2);
-  Row("SEL record to text line, host-named sensor", "times as fast as the plain way", 1 / routines.record_to_line, 3,
+  Row("SEL record to text line, host-named sensor", "times as fast as the plain way", 1 / routines.recordToLine, 3,
       true);
-  Row("SEL text to items, 65,000 records", "the floor", routines.sel_to_items.back(), 1.5);
+  Row("SEL text to items, 65,000 records", "the floor", routines.selToItems.back(), 1.5);
   Row("count of an unchanged SEL", "the count call and the copy command", bench::SELCount(), 1.1);
   Row("growth of a whole fetch, 300 to 30,000 lines", "the time per line of 300",
-      bench::Growth(LOG_MESSAGES, bench::kLines), 1.1);
+      bench::Growth(LOG_MESSAGES, bench::LINES), 1.1);
   Row("growth of a whole fetch, 1,000 to 65,000 records", "the time per record of 1,000",
-      bench::Growth(LOG_SEL, bench::kRecords), 1.1);
-  Row("growth of lines into items, 300 to 30,000 lines", "the growth of the floor", Growth(routines.lines_to_items),
-      1.1);
-  Row("growth of SEL text to items, 1,000 to 65,000", "the growth of the floor", Growth(routines.sel_to_items), 1.1);
-  Row("memory at the peak, 30,000 lines", "the reply", bench::PeakMemory(LOG_MESSAGES, bench::kLines.back(), 0), 1.2);
+      bench::Growth(LOG_SEL, bench::RECORDS), 1.1);
+  Row("growth of lines into items, 300 to 30,000 lines", "the growth of the floor", Growth(routines.linesToItems), 1.1);
+  Row("growth of SEL text to items, 1,000 to 65,000", "the growth of the floor", Growth(routines.selToItems), 1.1);
+  Row("memory at the peak, 30,000 lines", "the reply", bench::PeakMemory(LOG_MESSAGES, bench::LINES.back(), 0), 1.2);
   Row("memory at the peak, 65,000 records", "the reply, and 256 bytes a line",
-      bench::PeakMemory(LOG_SEL, bench::kRecords.back(), 256), 1.2);
+      bench::PeakMemory(LOG_SEL, bench::RECORDS.back(), 256), 1.2);
   std::printf("\n%u cores\n", std::thread::hardware_concurrency());
 }
 
@@ -56,8 +55,8 @@ void Measure() {
 int main(int count, char** arguments) {
   bench::Settings settings;
   for (int i = 1; i < count; ++i) {
-    settings.wall_clock |= std::string_view(arguments[i]) == "--wall-clock";
-    settings.fresh_memory |= std::string_view(arguments[i]) == "--fresh-memory";
+    settings.wallClock |= std::string_view(arguments[i]) == "--wall-clock";
+    settings.freshMemory |= std::string_view(arguments[i]) == "--fresh-memory";
   }
   setenv("LC_ALL", "C.UTF-8", 1);  // for the commands too
   try {

@@ -8,21 +8,21 @@
 namespace bench {
 namespace {
 
-constexpr uint32_t kEntries = 5;
-constexpr uint32_t kStart = 1'077'235'200;  // 20 February
-constexpr size_t kSpan = 36UL * 24 * 60 * 60;
+constexpr uint32_t ENTRIES = 5;
+constexpr uint32_t START = 1'077'235'200;  // 20 February
+constexpr size_t SPAN = 36UL * 24 * 60 * 60;
 
-constexpr std::array kSources = {"sshd[#]:", "kernel:", "CRON[#]:", "systemd[1]:", "postfix/smtp[#]:", "ntpd[#]:"};
-constexpr std::array kPhrases = {"Accepted publickey for backup from 10.#.#.# port #",
-                                 "session opened for user root by (uid=0)",
-                                 "eth0: link up, 1000 Mbps, full duplex",
-                                 "Device: /dev/sda, SMART Usage Attribute: # changed from # to #",
-                                 "(root) CMD (/usr/lib/sa/sa1 1 1)",
-                                 "status=sent (250 2.0.0 Ok: queued as #)",
-                                 "synchronized to 10.#.#.#, stratum 2"};
+constexpr std::array SOURCES = {"sshd[#]:", "kernel:", "CRON[#]:", "systemd[1]:", "postfix/smtp[#]:", "ntpd[#]:"};
+constexpr std::array PHRASES = {"Accepted publickey for backup from 10.#.#.# port #",
+                                "session opened for user root by (uid=0)",
+                                "eth0: link up, 1000 Mbps, full duplex",
+                                "Device: /dev/sda, SMART Usage Attribute: # changed from # to #",
+                                "(root) CMD (/usr/lib/sa/sa1 1 1)",
+                                "status=sent (250 2.0.0 Ok: queued as #)",
+                                "synchronized to 10.#.#.#, stratum 2"};
 
 /// Sensor type, event type and event data 1: thresholds, the common discrete sensors, some of a maker's own.
-constexpr std::array<std::array<uint8_t, 3>, 20> kEvents{{
+constexpr std::array<std::array<uint8_t, 3>, 20> EVENTS{{
     {0x01, 0x01, 0x57}, {0x01, 0x01, 0x52}, {0x02, 0x01, 0x50}, {0x02, 0x01, 0x59}, {0x04, 0x01, 0x50},
     {0x04, 0x01, 0x52}, {0x01, 0x01, 0x59}, {0x08, 0x6F, 0x01}, {0x0C, 0x6F, 0x20}, {0x0C, 0x6F, 0xA0},
     {0x07, 0x6F, 0x07}, {0x10, 0x6F, 0x02}, {0x12, 0x6F, 0x00}, {0x13, 0x6F, 0x04}, {0x23, 0x6F, 0x01},
@@ -40,14 +40,14 @@ std::string LogText(size_t lines) {
     for (const char c : pattern) line += c == '#' ? std::to_string(random() % 250) : std::string(1, c);
   };
   for (size_t i = 0; i < lines; ++i) {
-    const auto seconds = static_cast<time_t>(kStart + i * kSpan / lines);
+    const auto seconds = static_cast<time_t>(START + i * SPAN / lines);
     std::array<char, 16> date{};
     strftime(date.data(), date.size(), "%b %e %H:%M:%S", gmtime(&seconds));
     line = date.data();
     append("web01");
-    append(kSources.at(random() % kSources.size()));
+    append(SOURCES.at(random() % SOURCES.size()));
     const size_t size = 60 + random() % 101;
-    while (line.size() < size) append(kPhrases.at(random() % kPhrases.size()));
+    while (line.size() < size) append(PHRASES.at(random() % PHRASES.size()));
     line.resize(size - 1);
     text += line + '\n';
   }
@@ -59,9 +59,9 @@ std::vector<SELRecord> EventLog(size_t records) {
   std::vector<SELRecord> log(records);
   for (size_t i = 0; i < records; ++i) {
     const auto byte = [](size_t value, unsigned int position) { return static_cast<uint8_t>(value >> 8 * position); };
-    const size_t time = kStart + 47 * i;
-    const auto& [sensor_type, event_type, data] = kEvents.at(random() % kEvents.size());
-    const uint8_t sensor = byte(1 + random() % kSensors, 0);
+    const size_t time = START + 47 * i;
+    const auto& [sensor_type, event_type, data] = EVENTS.at(random() % EVENTS.size());
+    const uint8_t sensor = byte(1 + random() % SENSORS, 0);
     log[i] = {byte(i + 1, 0),
               byte(i + 1, 1),
               2,
@@ -87,8 +87,8 @@ void Free(Items& items) {
 }
 
 Floor::Floor(const Items& reply) {
-  for (size_t i = 0; i < reply.size() * kEntries; ++i) {
-    const tagCONFIGENTRY& entry = reply[i / kEntries].pEntries[i % kEntries];
+  for (size_t i = 0; i < reply.size() * ENTRIES; ++i) {
+    const tagCONFIGENTRY& entry = reply[i / ENTRIES].pEntries[i % ENTRIES];
     const tagVARIANT& value = entry.varValue;
     const std::wstring_view text = value.vt == VT_BSTR ? value.value.bstrVal : L"";
     entries_.push_back({entry.dwEntryID, value.vt, value.value.llVal, text_.size(), text.size()});
@@ -100,8 +100,8 @@ void Floor::Build(Items& items) const {
   const Entry* next = entries_.data();
   uint32_t index = 0;
   for (tagCONFIGITEM& item : items) {
-    item = {++index, LOG_MESSAGES, kEntries, new tagCONFIGENTRY[kEntries]};
-    for (uint32_t j = 0; j < kEntries; ++j, ++next) {
+    item = {++index, LOG_MESSAGES, ENTRIES, new tagCONFIGENTRY[ENTRIES]};
+    for (uint32_t j = 0; j < ENTRIES; ++j, ++next) {
       tagCONFIGENTRY& entry = item.pEntries[j];
       entry.dwEntryID = next->id;
       entry.dwAttributes = CE_ATTRIBUTE_READONLY;

@@ -41,16 +41,16 @@ Settings current;
 
 /// Puts the heap in order: pieces freed before would slow down whatever comes next.
 void SettleHeap() {
-  if (current.fresh_memory) malloc_trim(0);
+  if (current.freshMemory) malloc_trim(0);
   void* volatile large = malloc(1 << 20);  // a large request makes the C library merge the pieces
   free(large);
 }
 
 double Now() {
   timespec own{};
-  clock_gettime(current.wall_clock ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &own);
+  clock_gettime(current.wallClock ? CLOCK_MONOTONIC : CLOCK_PROCESS_CPUTIME_ID, &own);
   rusage children{};
-  if (!current.wall_clock) getrusage(RUSAGE_CHILDREN, &children);
+  if (!current.wallClock) getrusage(RUSAGE_CHILDREN, &children);
   return static_cast<double>(own.tv_sec + children.ru_utime.tv_sec + children.ru_stime.tv_sec) +
          static_cast<double>(own.tv_nsec) / 1e9 +
          static_cast<double>(children.ru_utime.tv_usec + children.ru_stime.tv_usec) / 1e6;
@@ -60,7 +60,7 @@ double Now() {
 
 void Configure(const Settings& settings) {
   current = settings;
-  if (settings.fresh_memory) return;
+  if (settings.freshMemory) return;
   mallopt(M_TRIM_THRESHOLD, 1 << 30);
   mallopt(M_MMAP_MAX, 0);
 }
@@ -81,15 +81,15 @@ double Median(std::vector<double> values) {
 }
 
 double Pair::Ratio() {
-  work_first = !work_first;
-  const double first = Seconds(work_first ? work : reference);
-  const double second = Seconds(work_first ? reference : work);
-  return work_first ? first / second : second / first;
+  workFirst = !workFirst;
+  const double first = Seconds(workFirst ? work : reference);
+  const double second = Seconds(workFirst ? reference : work);
+  return workFirst ? first / second : second / first;
 }
 
 double Pair::MedianRatio() {
   Ratio();  // warms up
-  std::vector<double> ratios(kRounds);
+  std::vector<double> ratios(ROUNDS);
   for (double& ratio : ratios) ratio = Ratio();
   return Median(ratios);
 }

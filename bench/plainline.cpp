@@ -7,8 +7,8 @@
 #include <cstdlib>
 
 #include "bench/bench.h"
-#include "translate/sensorid.h"
 #include "translate/resmgr.h"
+#include "translate/sensorid.h"
 #include "translate/tables.h"
 
 namespace {

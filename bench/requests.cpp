@@ -16,9 +16,9 @@
 namespace bench {
 namespace {
 
-constexpr char kLog[] = "/var/log/messages";
-constexpr char kSELFile[] = "/etc/zarp/conf/ipmi.log";
-constexpr uint32_t kPage = 20;
+constexpr char LOG[] = "/var/log/messages";
+constexpr char SEL_FILE[] = "/etc/zarp/conf/ipmi.log";
+constexpr uint32_t PAGE = 20;
 
 const standin::Module* module = nullptr;
 
@@ -55,7 +55,7 @@ void Lay(uint32_t log, size_t size) {
     SetEventLog(EventLog(size));
     Count(LOG_SEL, size);
   } else {
-    std::ofstream(kLog) << LogText(size);
+    std::ofstream(LOG) << LogText(size);
     DropCaches();
   }
 }
@@ -101,12 +101,12 @@ double WholeFetch(uint32_t log, size_t size, const std::function<void()>& comman
   Fetch(log, items);
   const Floor floor(items);
   Free(items);
-  const auto by_hand = [&] {
+  const auto byHand = [&] {
     if (commands) commands();
     floor.Build(items);
   };
   const auto free = [&] { Free(items); };
-  return Pair{{DropCaches, [&] { Fetch(log, items); }, free}, {DropCaches, by_hand, free}}.MedianRatio();
+  return Pair{{DropCaches, [&] { Fetch(log, items); }, free}, {DropCaches, byHand, free}}.MedianRatio();
 }
 
 }  // namespace
@@ -117,42 +117,42 @@ void StartModule(const char* path) {
   Check(module->SPInitialize(nullptr, nullptr) == 1, "start");
 }
 
-double WholeTextFetch() { return WholeFetch(LOG_MESSAGES, kLines.back(), TextFetchByHand); }
-double WholeSELFetch() { return WholeFetch(LOG_SEL, kRecords.back(), {}); }
+double WholeTextFetch() { return WholeFetch(LOG_MESSAGES, LINES.back(), TextFetchByHand); }
+double WholeSELFetch() { return WholeFetch(LOG_SEL, RECORDS.back(), {}); }
 
 double NewestLines() {
-  Lay(LOG_MESSAGES, kLines.back());
+  Lay(LOG_MESSAGES, LINES.back());
   TextFetchByHand();  // makes the cache that the commands by hand use
-  Items items(kPage);
+  Items items(PAGE);
   const auto fetch = [&] {
-    tagITEMRANGE range{1, kPage, 0, kPage};
+    tagITEMRANGE range{1, PAGE, 0, PAGE};
     Get(SP_CONFIGITEMEX, LOG_MESSAGES, &range, items.data());
-    Check(range.dwCount == kPage, "fetch of a range");
+    Check(range.dwCount == PAGE, "fetch of a range");
   };
   return Pair{{{}, fetch, [&] { Free(items); }}, {{}, NewestLinesByHand, {}}}.MedianRatio();
 }
 
 double SELCount() {
-  constexpr size_t kOlder = 500;
-  Lay(LOG_SEL, kRecords.back());
+  constexpr size_t OLDER = 500;
+  Lay(LOG_SEL, RECORDS.back());
   std::filesystem::create_directories("/etc/zarp/conf");
-  std::ofstream(kSELFile) << standin::MakeSelLog(EventLog(kOlder));
+  std::ofstream(SEL_FILE) << standin::MakeSelLog(EventLog(OLDER));
   const double ratio =
-      Pair{{{}, [] { Count(LOG_SEL, kRecords.back() + kOlder); }, {}}, {{}, SELCountByHand, {}}}.MedianRatio();
-  unlink(kSELFile);
+      Pair{{{}, [] { Count(LOG_SEL, RECORDS.back() + OLDER); }, {}}, {{}, SELCountByHand, {}}}.MedianRatio();
+  unlink(SEL_FILE);
   return ratio;
 }
 
 double Growth(uint32_t log, const Sizes& sizes) {
-  const auto time_per_item = [&](size_t size) {
+  const auto timePerItem = [&](size_t size) {
     Items items(size);
     const Work fetch{[&] { Lay(log, size); }, [&] { Fetch(log, items); }, [&] { Free(items); }};
     return Seconds(fetch) / static_cast<double>(size);
   };
-  std::vector<double> ratios(kRounds);
+  std::vector<double> ratios(ROUNDS);
   for (double& ratio : ratios) {
-    const double smallest = time_per_item(sizes[0]);
-    ratio = std::max(time_per_item(sizes[1]), time_per_item(sizes[2])) / smallest;
+    const double smallest = timePerItem(sizes[0]);
+    ratio = std::max(timePerItem(sizes[1]), timePerItem(sizes[2])) / smallest;
   }
   return Median(ratios);
 }

@@ -35,7 +35,7 @@ void Register(const std::string& name, Pair pair) {
     for ([[maybe_unused]] auto _ : state) ratios.push_back(pair.Ratio());
     state.counters["ratio"] = Median(ratios);
   };
-  benchmark::RegisterBenchmark(name.c_str(), measure)->MinTime(0.05)->Repetitions(kRounds)->ReportAggregatesOnly();
+  benchmark::RegisterBenchmark(name.c_str(), measure)->MinTime(0.05)->Repetitions(ROUNDS)->ReportAggregatesOnly();
 }
 
 /// A filler against the floor. It fills `size` items from what `prepare` lays out.
@@ -66,7 +66,7 @@ void RegisterSELToItems(const std::string& name, size_t size) {
 }
 
 void RegisterRecordToLine(const std::string& name) {
-  const std::vector<SELRecord> records = EventLog(kRecords[0]);
+  const std::vector<SELRecord> records = EventLog(RECORDS[0]);
   const auto each = [&](auto format) {
     return Work{{},
                 [=] {
@@ -93,14 +93,14 @@ void RegisterRecordToLine(const std::string& name) {
 
 RoutineRatios MeasureRoutines() {
   if (InitSELLog() == 0) throw std::runtime_error("no resource manager");
-  for (const size_t size : kLines) {
+  for (const size_t size : LINES) {
     const std::string path = "/tmp/lines" + std::to_string(size);
     std::ofstream(path) << LogText(size);
     RegisterFill(
         "lines", size, [] {},
         [=](tagCONFIGITEM* items, uint32_t count) { FillConfigItem(items, 1, LOG_MESSAGES, count, path.c_str()); });
   }
-  for (const size_t size : kRecords) RegisterSELToItems("SEL", size);
+  for (const size_t size : RECORDS) RegisterSELToItems("SEL", size);
   RegisterRecordToLine("record");
 
   int count = 0;
@@ -110,11 +110,11 @@ RoutineRatios MeasureRoutines() {
   UninitSELLog();
 
   RoutineRatios result{};
-  for (size_t i = 0; i < kLines.size(); ++i) {
-    result.lines_to_items.at(i) = ratios.Of("lines" + std::to_string(kLines.at(i)));
-    result.sel_to_items.at(i) = ratios.Of("SEL" + std::to_string(kRecords.at(i)));
+  for (size_t i = 0; i < LINES.size(); ++i) {
+    result.linesToItems.at(i) = ratios.Of("lines" + std::to_string(LINES.at(i)));
+    result.selToItems.at(i) = ratios.Of("SEL" + std::to_string(RECORDS.at(i)));
   }
-  result.record_to_line = ratios.Of("record");
+  result.recordToLine = ratios.Of("record");
   return result;
 }
 

@@ -15,9 +15,9 @@
 
 namespace {
 
-constexpr int kThreads = 4;
+constexpr int THREADS = 4;
 /// Bytes in use that may come and go: buffers of the C library, the host's own lists.
-constexpr size_t kTolerance = size_t{8} * 1024;
+constexpr size_t TOLERANCE = size_t{8} * 1024;
 
 int LengthOf(const char* variable, int otherwise) {
   const char* text = std::getenv(variable);
@@ -44,7 +44,7 @@ class SoakTest : public SELTest {
   SoakTest() {
     machine::WriteFile("/var/log/messages", MakeLog(20, "messages"));
     machine::WriteFile("/var/log/cron", MakeLog(5, "cron"));
-    machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xy")));
+    machine::WriteFile(LOG_FILE, MakeLogFile(PlainRecords("xy")));
     Host().sel = MakeNamedSEL("abc");
     Host().names[0x2001] = std::string(200, 'n');  // long, so that its loss would show
   }
@@ -53,19 +53,19 @@ class SoakTest : public SELTest {
 /// One request of a thread's mix, checked as far as a log that changes allows: what is announced is there, and is
 /// whole.
 void Ask(const HostModule& module, int round) {
-  constexpr uint32_t kLogs[] = {LOG_MESSAGES, LOG_APPLICATION, LOG_SEL, LOG_MESSAGES};
-  constexpr uint32_t kCapacity = 64;
-  const uint32_t log = kLogs[round % 4];
+  constexpr uint32_t LOGS[] = {LOG_MESSAGES, LOG_APPLICATION, LOG_SEL, LOG_MESSAGES};
+  constexpr uint32_t CAPACITY = 64;
+  const uint32_t log = LOGS[round % 4];
   tagIDV identifier = Group(log);
-  tagCONFIGITEM items[kCapacity] = {};
-  tagITEMRANGE range{1, 10, 0, kCapacity};
+  tagCONFIGITEM items[CAPACITY] = {};
+  tagITEMRANGE range{1, 10, 0, CAPACITY};
   const bool ranged = round % 3 == 0;
-  uint32_t count = kCapacity;
+  uint32_t count = CAPACITY;
   EXPECT_EQ(ranged ? module.SPConfig(SP_OP_GET, SP_CONFIGITEMEX, &identifier, &range, items)
                    : module.SPConfig(SP_OP_GET, SP_CONFIGITEM, &identifier, &count, items),
             1);
   if (ranged) count = range.dwCount;
-  EXPECT_TRUE(count <= kCapacity && (!ranged || count <= 10));
+  EXPECT_TRUE(count <= CAPACITY && (!ranged || count <= 10));
   for (uint32_t i = 0; i < count; ++i) {
     EXPECT_EQ(items[i].dwID, log);
     EXPECT_EQ(items[i].dwIndex, (ranged ? range.dwBegin : 1) + i);
@@ -81,13 +81,13 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
   const HostModule& module = Start();
   std::atomic<int> next{0}, inside{0}, meetings{0};
   // The module sends messages under its lock. While the host takes one, no other request may come as far as this.
-  Host().on_message = [&](const std::string&) {
+  Host().onMessage = [&](const std::string&) {
     if (inside++ != 0) ++meetings;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     --inside;
   };
   // The controller's log changes between two looks of the module, on the module's own call and so under its lock.
-  Host().on_call = [turn = size_t{0}](const std::string& call) mutable {
+  Host().onCall = [turn = size_t{0}](const std::string& call) mutable {
     if (call != "gmSELEnumEntry") return;
     ++turn;
     Host().sel = MakeNamedSEL(std::string("abcdefgh").substr(turn % 5 == 0 ? 1 : 0, 1 + turn % 7));
@@ -102,8 +102,8 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
   const auto run = [&] {
     next = 0;
     std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int i = 0; i < kThreads; ++i) threads.emplace_back(work);
+    threads.reserve(THREADS);
+    for (int i = 0; i < THREADS; ++i) threads.emplace_back(work);
     for (int round = 0; next < requests; ++round) {
       machine::AppendFile("/var/log/messages", MakeLog(1, "messages"));
       if (round % 20 == 0) {  // rotated: written aside and put in place
@@ -120,7 +120,7 @@ TEST_F(SoakTest, RequestsOfManyThreads) {
   const size_t before = BytesInUse();
   const std::set<int> descriptors = machine::OpenDescriptors();
   run();
-  EXPECT_LE(BytesInUse(), before + kTolerance);
+  EXPECT_LE(BytesInUse(), before + TOLERANCE);
   EXPECT_EQ(machine::OpenDescriptors(), descriptors);
   EXPECT_EQ(meetings, 0) << "requests that were inside the module together";
   std::printf("%d requests, %zu bytes in use before and %zu after\n", requests * 2, before, BytesInUse());
@@ -142,7 +142,7 @@ TEST_F(SoakTest, LoadsAndUnloads) {
   const size_t before = BytesInUse();
   const std::set<int> descriptors = machine::OpenDescriptors();
   run(cycles);
-  EXPECT_LE(BytesInUse(), before + kTolerance);
+  EXPECT_LE(BytesInUse(), before + TOLERANCE);
   EXPECT_EQ(machine::OpenDescriptors(), descriptors);
   std::printf("%d cycles, %zu bytes in use before and %zu after\n", cycles, before, BytesInUse());
 }

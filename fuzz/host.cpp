@@ -39,8 +39,8 @@ int GetName(uint16_t, tagGS_PARAM*, char* buffer, uint32_t* size) {
 bool SetUp() {
   standin::host->initialize = 0;
   standin::host->controller = &g_log;
-  standin::host->on_output = [](int, const std::string& text) { Require(!text.empty(), "a message has a text"); };
-  standin::host->sensor_table = [] { return g_host.mapping; };
+  standin::host->onOutput = [](int, const std::string& text) { Require(!text.empty(), "a message has a text"); };
+  standin::host->sensorTable = [] { return g_host.mapping; };
   standin::host->convert = [](uint32_t, const tagVARIANT&, tagVARIANT* out) { out->value.ullVal = g_host.reading; };
   g_hRscDll = &g_host;
   g_lpfnGetString = GetName;
@@ -50,8 +50,8 @@ bool SetUp() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const bool is_set_up = SetUp();
-  Require(is_set_up, "the machine has the locale C.UTF-8");
+  static const bool isSetUp = SetUp();
+  Require(isSetUp, "the machine has the locale C.UTF-8");
   g_host = {};
   FuzzedDataProvider input(data, size);
   Fuzz(input);

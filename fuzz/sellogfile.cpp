@@ -10,6 +10,7 @@
 #include "fuzz/host.h"
 #include "sel/selcache.h"
 #include "sel/selfilter.h"
+#include "sel/selline.h"
 
 static std::string Line(char origin, const SELRecord& record) {
   char line[SEL_LINE_SIZE];

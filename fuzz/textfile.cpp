@@ -2,6 +2,7 @@
 
 #include "fuzz/host.h"
 #include "hostdata/fillitem.h"
+#include "textlog/textline.h"
 
 void Fuzz(FuzzedDataProvider& input) {
   const auto announced = input.ConsumeIntegralInRange<uint32_t>(0, 40);

@@ -1,5 +1,7 @@
 /// textline.cpp: one line of a text log becomes one item, its texts the columns of the line.
 
+#include "textlog/textline.h"
+
 #include "fuzz/host.h"
 #include "hostdata/fillitem.h"
 

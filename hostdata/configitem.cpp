@@ -7,20 +7,20 @@
 
 namespace {
 
-enum class FetchResult { kFilled, kEmpty, kTooSmall, kFailed };
+enum class FetchResult { FILLED, EMPTY, TOO_SMALL, FAILED };
 
-/// Filters a log, or a range of it, into the host's `capacity` items. On kFilled, and then alone, the items are the
+/// Filters a log, or a range of it, into the host's `capacity` items. On FILLED, and then alone, the items are the
 /// host's, numbered from the range's begin or from 1, and `capacity` holds how many there are.
 FetchResult FetchItems(const LogSource& log, uint64_t* begin, uint64_t* end, uint32_t& capacity, tagCONFIGITEM* items) {
   FilterOutput output;
   log.pfnFilter(log, output, begin, end);
-  if (output.ullCount == 0) return FetchResult::kEmpty;
-  if (capacity < output.ullCount) return FetchResult::kTooSmall;
+  if (output.ullCount == 0) return FetchResult::EMPTY;
+  if (capacity < output.ullCount) return FetchResult::TOO_SMALL;
   ReplyItems reply(output.ullCount);
   const uint32_t firstIndex = begin == nullptr ? 1 : static_cast<uint32_t>(*begin);
-  if (log.pfnFill(log, output, reply.Data(), firstIndex) == 0) return FetchResult::kFailed;
+  if (log.pfnFill(log, output, reply.Data(), firstIndex) == 0) return FetchResult::FAILED;
   capacity = reply.HandOver(items);
-  return FetchResult::kFilled;
+  return FetchResult::FILLED;
 }
 
 /// The work of OnGetConfigItem; `id` is what the identifier named. A refusal leaves count and items as they were.
@@ -37,15 +37,15 @@ int GetLogConfigItem(uint32_t id, uint32_t* count, tagCONFIGITEM* items) {
     return 1;
   }
   switch (FetchItems(*log, nullptr, nullptr, *count, items)) {
-    case FetchResult::kFilled:
+    case FetchResult::FILLED:
       return 1;
-    case FetchResult::kEmpty:
+    case FetchResult::EMPTY:
       *count = 0;
       return 1;
-    case FetchResult::kTooSmall:
+    case FetchResult::TOO_SMALL:
       Error("Err (%s:GetLogConfigItem): Not enough buffer!\n");
       return 0;
-    case FetchResult::kFailed:
+    case FetchResult::FAILED:
       break;
   }
   return 0;
@@ -80,17 +80,17 @@ int GetLogConfigItemEx(uint32_t id, tagITEMRANGE* range, tagCONFIGITEM* items) {
     return 0;
   }
   switch (FetchItems(*log, &begin, &end, range->dwCount, items)) {
-    case FetchResult::kFilled:
+    case FetchResult::FILLED:
       range->dwBegin = static_cast<uint32_t>(begin);
       range->dwEnd = static_cast<uint32_t>(end);
       return 1;
-    case FetchResult::kEmpty:
+    case FetchResult::EMPTY:
       range->dwCount = 0;
       return 1;
-    case FetchResult::kTooSmall:
+    case FetchResult::TOO_SMALL:
       Error("Err (%s:GetLogConfigItemEx): Not enough buffer!\n");
       return 0;
-    case FetchResult::kFailed:
+    case FetchResult::FAILED:
       break;
   }
   return 0;

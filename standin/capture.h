@@ -13,10 +13,10 @@ namespace standin {
 /// All records, oldest first. A log that changes meanwhile is read again. Throws Failure.
 std::vector<SELRecord> ReadWholeLog(Controller& controller, const Progress& progress);
 
-/// Saves the log as the raw record file `sel_path` and the sensors as the file `sensors_path`, whichever is named. Both
+/// Saves the log as the raw record file `selPath` and the sensors as the file `sensorsPath`, whichever is named. Both
 /// are new, unless `overwrite`, and come about when all is read and written. Throws Failure.
-void SaveCapture(Controller& controller, const std::optional<std::string>& sel_path,
-                 const std::optional<std::string>& sensors_path, bool overwrite, const Progress& progress);
+void SaveCapture(Controller& controller, const std::optional<std::string>& selPath,
+                 const std::optional<std::string>& sensorsPath, bool overwrite, const Progress& progress);
 
 }  // namespace standin
 

@@ -26,8 +26,8 @@ std::string DefaultModule() {
   // Known without /proc, too.
   const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
   std::error_code error;
-  const auto path_of_program = std::filesystem::canonical(program != nullptr ? program : "", error);
-  const std::filesystem::path above = path_of_program.parent_path().parent_path();
+  const auto pathOfProgram = std::filesystem::canonical(program != nullptr ? program : "", error);
+  const std::filesystem::path above = pathOfProgram.parent_path().parent_path();
   const std::filesystem::path installed = above / KESTRUNE_INSTALLED_MODULE;
   return std::filesystem::exists(installed, error) ? installed : above / KESTRUNE_BUILT_MODULE;
 }
@@ -48,7 +48,7 @@ Lines ParseLines(const std::string& text) {
   const auto begin = ParseNumber(text.substr(0, dash), UINT32_MAX);
   const auto end = dash == std::string::npos ? std::nullopt : ParseNumber(text.substr(dash + 1), UINT32_MAX);
   if (!begin || !end || *begin == 0 || *begin > *end) {
-    throw Failure(kWrongArguments,
+    throw Failure(WRONG_ARGUMENTS,
                   "show: --lines: '" + text + "' is no range; allowed is A-B with 1 <= A <= B <= 4294967295");
   }
   return {static_cast<uint32_t>(*begin), static_cast<uint32_t>(*end)};
@@ -57,7 +57,7 @@ Lines ParseLines(const std::string& text) {
 uint64_t ParseWord(const std::string& text) {
   const auto word = ParseNumber(text, UINT64_MAX);
   if (!word) {
-    throw Failure(kWrongArguments, "settings: --set: '" + text +
+    throw Failure(WRONG_ARGUMENTS, "settings: --set: '" + text +
                                        "' is no settings word; allowed is a number of up to 64 bits, decimal or "
                                        "hexadecimal after 0x");
   }
@@ -68,7 +68,7 @@ uint64_t ParseWord(const std::string& text) {
 std::wstring Widen(const std::string& text) {
   const size_t length = std::mbstowcs(nullptr, text.c_str(), 0);
   if (length == static_cast<size_t>(-1)) {
-    throw Failure(kWrongArguments, "write: TEXT: allowed is text in the character encoding of the locale alone");
+    throw Failure(WRONG_ARGUMENTS, "write: TEXT: allowed is text in the character encoding of the locale alone");
   }
   std::wstring wide(length, L'\0');
   std::mbstowcs(wide.data(), text.c_str(), length);
@@ -96,27 +96,27 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
   app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
       ->type_name("FILE");
   app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
-  app.add_option("--sel-log", options.sel_log, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
+  app.add_option("--sel-log", options.selLog, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
       ->type_name("FILE");
   app.require_subcommand(1);
   app.fallthrough();
 }
 
 void AddCommands(CLI::App& app, Options& options, Texts& texts) {
-  std::vector<std::string> names(kLogs.size());
-  std::transform(kLogs.begin(), kLogs.end(), names.begin(), [](const LogName& log) { return log.name; });
-  const auto add_format = [&](CLI::App* command) {
+  std::vector<std::string> names(LOGS.size());
+  std::transform(LOGS.begin(), LOGS.end(), names.begin(), [](const LogName& log) { return log.name; });
+  const auto addFormat = [&](CLI::App* command) {
     command->add_option("--format", options.format, "Form of the output")
         ->check(CLI::IsMember({"table", "csv", "json"}))
         ->type_name("FORMAT");
   };
 
-  add_format(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
+  addFormat(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
 
   CLI::App* show = app.add_subcommand("show", "Show the records of a log, newest first");
   show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
   show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
-  add_format(show);
+  addFormat(show);
 
   CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
   write->add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
@@ -127,7 +127,7 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
 
   CLI::App* settings = app.add_subcommand("settings", "Show the settings word, changed or as it is");
   settings->add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
-  add_format(settings);
+  addFormat(settings);
 
   app.add_subcommand("dump-sel", "Have the module dump the controller's log");
 
@@ -181,11 +181,11 @@ Options ParseCommandLine(int argc, char** argv) {
     options.answer = app.help();
     return options;
   } catch (const CLI::ParseError& error) {
-    throw Failure(kWrongArguments, Explain(error, app));
+    throw Failure(WRONG_ARGUMENTS, Explain(error, app));
   }
 
   options.command = app.get_subcommands().front()->get_name();
-  for (const LogName& log : kLogs) {
+  for (const LogName& log : LOGS) {
     if (texts.log == log.name) options.log = log.id;
   }
   if (texts.lines) options.lines = ParseLines(*texts.lines);

@@ -20,7 +20,7 @@ struct Options {
   int distribution = 0;
   std::optional<std::string> sel;
   std::optional<std::string> sensors;
-  std::optional<std::string> sel_log;
+  std::optional<std::string> selLog;
 
   std::string format = "table";  ///< table, csv or json
   uint16_t log = 0;              ///< show

@@ -7,13 +7,13 @@
 
 namespace standin {
 
-inline constexpr int kRequestFailed = 1;
-inline constexpr int kWrongArguments = 2;
+inline constexpr int REQUEST_FAILED = 1;
+inline constexpr int WRONG_ARGUMENTS = 2;
 
 class Failure : public std::runtime_error {
  public:
   Failure(int status, const std::string& line) : std::runtime_error(line), status_(status) {}
-  int status() const { return status_; }
+  int Status() const { return status_; }
 
  private:
   int status_;

@@ -10,14 +10,14 @@
 namespace standin {
 
 std::string ReadFile(const std::string& path) {
-  constexpr std::streamsize kLimit = 16 << 20;
+  constexpr std::streamsize LIMIT = 16 << 20;
   std::ifstream file(path, std::ios::binary);
-  std::string contents(kLimit + 1, '\0');
-  file.read(contents.data(), kLimit + 1);
+  std::string contents(LIMIT + 1, '\0');
+  file.read(contents.data(), LIMIT + 1);
   if (!file.is_open() || file.bad()) {
-    throw Failure(kWrongArguments, "cannot read '" + path + "': " + std::strerror(errno));
+    throw Failure(WRONG_ARGUMENTS, "cannot read '" + path + "': " + std::strerror(errno));
   }
-  if (file.gcount() > kLimit) throw Failure(kWrongArguments, "'" + path + "' is longer than the allowed 16 MiB");
+  if (file.gcount() > LIMIT) throw Failure(WRONG_ARGUMENTS, "'" + path + "' is longer than the allowed 16 MiB");
   contents.resize(static_cast<size_t>(file.gcount()));
   return contents;
 }
@@ -25,7 +25,7 @@ std::string ReadFile(const std::string& path) {
 void WriteFile(const std::string& path, const std::string& contents) {
   std::ofstream file(path, std::ios::binary);
   if (!(file << contents) || !file.flush()) {
-    throw Failure(kRequestFailed, "cannot write '" + path + "': " + std::strerror(errno));
+    throw Failure(REQUEST_FAILED, "cannot write '" + path + "': " + std::strerror(errno));
   }
 }
 

@@ -17,11 +17,11 @@ HostProcess default_host;
 std::recursive_mutex nubo_mutex;  // a thread that forgets to let go is not stopped by itself
 
 void Called(const char* function) {
-  if (host->on_nubo) host->on_nubo(function);
+  if (host->onNubo) host->onNubo(function);
 }
 
 void Called(const char* function, uint32_t id) {
-  if (host->on_nubo) host->on_nubo(std::string(function) + " " + std::to_string(id));
+  if (host->onNubo) host->onNubo(std::string(function) + " " + std::to_string(id));
 }
 
 int Answer(const char* function, int HostProcess::*answer) {
@@ -34,7 +34,7 @@ std::string MakeSensorTable(const Sensors& sensors) {
   std::string text;
   for (const Sensor& sensor : sensors) {
     std::array<char, 16> pair{};
-    std::snprintf(pair.data(), pair.size(), "%s%X;%X", text.empty() ? "" : ";", sensor.number, sensor.host_id);
+    std::snprintf(pair.data(), pair.size(), "%s%X;%X", text.empty() ? "" : ";", sensor.number, sensor.hostId);
     text += pair.data();
   }
   // Without a single separator the text would not count as a table. Its NUL is a part of the property.
@@ -58,13 +58,13 @@ HostProcess* host = &default_host;
 extern "C" {  // which leaves the namespace out of the names
 
 KESTRUNE_EXPORT void Output(int level, const char* format, ...) {
-  if (!host->on_output) return;
+  if (!host->onOutput) return;
   std::array<char, 4096> text{};
   va_list arguments;
   va_start(arguments, format);
   std::vsnprintf(text.data(), text.size(), format, arguments);
   va_end(arguments);
-  host->on_output(level, text.data());
+  host->onOutput(level, text.data());
 }
 
 KESTRUNE_EXPORT int GeneralOSSupportChecking(void) { return host->supported; }
@@ -85,10 +85,10 @@ KESTRUNE_EXPORT int gmGetIPMIInfo(tagIPMI_INFO* info) {
 KESTRUNE_EXPORT int gmGetProperty(const char* name, uint32_t* size, char* buffer) {
   Called("gmGetProperty");
   if (std::string_view(name) != "G_IPMI_ZARP_ID") return 0;
-  const auto text = host->sensor_table ? host->sensor_table() : MakeSensorTable(host->controller->GetSensors());
+  const auto text = host->sensorTable ? host->sensorTable() : MakeSensorTable(host->controller->GetSensors());
   if (buffer != nullptr && *size != text.size()) return 0;
   CopyText(text, buffer, size);
-  return buffer == nullptr ? host->property_size : host->property_text;
+  return buffer == nullptr ? host->propertySize : host->propertyText;
 }
 
 KESTRUNE_EXPORT int gmSELEnumEntry(uint32_t* count) {
@@ -132,15 +132,15 @@ KESTRUNE_EXPORT int gmExecSensorValue(uint32_t sensorID, const char* operation, 
 }
 
 KESTRUNE_EXPORT int HostManager(int start) {
-  host->manager_is_up = start != 0 && host->manager != 0;
+  host->managerIsUp = start != 0 && host->manager != 0;
   return host->manager;
 }
 
 /// There is one language only, whatever is asked for.
 KESTRUNE_EXPORT int HostGetStringA(uint16_t language, const StringRequest* request, char* buffer, uint32_t* size) {
-  if (host->get_string) return host->get_string(language, *request, buffer, size);
-  if (request->type != kSensorName) return 0;
-  const Sensor* sensor = FindSensor(host->controller->GetSensors(), request->object_id);
+  if (host->getString) return host->getString(language, *request, buffer, size);
+  if (request->type != SENSOR_NAME) return 0;
+  const Sensor* sensor = FindSensor(host->controller->GetSensors(), request->objectId);
   return sensor != nullptr && CopyText({sensor->name.c_str(), sensor->name.size() + 1}, buffer, size) ? 1 : 0;
 }
 

@@ -18,30 +18,30 @@ inline NoController no_controller;
 /// What the functions answer. A hook runs inside its function, on the module's thread; one that is not set costs
 /// nothing.
 struct HostProcess {
-  int supported = 1;      ///< GeneralOSSupportChecking
-  int dist = 0;           ///< GetOSDist
-  int initialize = 1;     ///< gmInitialize
-  int uninitialize = 1;   ///< gmUninitialize
-  int info = 1;           ///< gmGetIPMIInfo
-  uint32_t card = 0;      ///< its card ID, where there is a controller
-  int property_size = 1;  ///< gmGetProperty without a buffer
-  int property_text = 1;  ///< gmGetProperty with one
-  int manager = 1;        ///< MgrInit
-  bool manager_is_up = false;
+  int supported = 1;     ///< GeneralOSSupportChecking
+  int dist = 0;          ///< GetOSDist
+  int initialize = 1;    ///< gmInitialize
+  int uninitialize = 1;  ///< gmUninitialize
+  int info = 1;          ///< gmGetIPMIInfo
+  uint32_t card = 0;     ///< its card ID, where there is a controller
+  int propertySize = 1;  ///< gmGetProperty without a buffer
+  int propertyText = 1;  ///< gmGetProperty with one
+  int manager = 1;       ///< MgrInit
+  bool managerIsUp = false;
 
   Controller* controller = &no_controller;  ///< not owned
 
   /// Takes a message of Output.
-  std::function<void(int level, const std::string& text)> on_output;
+  std::function<void(int level, const std::string& text)> onOutput;
   /// First thing in each function of NUBO: its name, for gmGetIPMIEntry followed by a blank and the record ID asked
   /// for, for gmExecSensorValue by the sensor's, in decimal. Also for GetStringW, which nobody should call.
-  std::function<void(const std::string& call)> on_nubo;
+  std::function<void(const std::string& call)> onNubo;
   /// The bytes of the property G_IPMI_ZARP_ID; unset: the controller's sensors.
-  std::function<std::string()> sensor_table;
+  std::function<std::string()> sensorTable;
   /// gmExecSensorValue; unset: by the controller's sensor.
   std::function<void(uint32_t sensor, const tagVARIANT& in, tagVARIANT* out)> convert;
   /// GetStringA, with its two calls for a string; unset: the names of the controller's sensors.
-  std::function<int(uint16_t language, const StringRequest& request, char* buffer, uint32_t* size)> get_string;
+  std::function<int(uint16_t language, const StringRequest& request, char* buffer, uint32_t* size)> getString;
 };
 
 /// The host whose answers the functions give. Chosen before a module is loaded.

@@ -32,8 +32,8 @@ class IPMIConnection : public IPMITransport {
   std::string address_;  ///< numeric
   std::unique_ptr<IPMISession> session_;
   std::string lost_;  ///< why the last new login failed
-  Deadline silent_until_{};
-  Deadline last_used_{};
+  Deadline silentUntil_{};
+  Deadline lastUsed_{};
 };
 
 }  // namespace standin

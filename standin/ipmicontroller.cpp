@@ -9,9 +9,9 @@
 namespace standin {
 namespace {
 
-constexpr IPMICommand kGetInfo{0x0A, 0x40, "Get SEL Info"};
-constexpr IPMICommand kGetEntry{0x0A, 0x43, "Get SEL Entry"};
-constexpr uint8_t kWhole = 0xFF;
+constexpr IPMICommand GET_INFO{0x0A, 0x40, "Get SEL Info"};
+constexpr IPMICommand GET_ENTRY{0x0A, 0x43, "Get SEL Entry"};
+constexpr uint8_t WHOLE = 0xFF;
 
 }  // namespace
 
@@ -36,12 +36,12 @@ void IPMIController::AddSensors(const Sensors& sensors) {
       continue;
     }
     sensors_.push_back(sensor);
-    sensors_.back().host_id = static_cast<uint32_t>(sensors_.size());
+    sensors_.back().hostId = static_cast<uint32_t>(sensors_.size());
   }
 }
 
 uint32_t IPMIController::AskForCount() {
-  return ReadWord(RequireData(kGetInfo, AskPatiently(*transport_, kGetInfo, {}), 14), 1);
+  return ReadWord(RequireData(GET_INFO, AskPatiently(*transport_, GET_INFO, {}), 14), 1);
 }
 
 std::optional<uint32_t> IPMIController::CountEntries() {
@@ -56,10 +56,10 @@ std::optional<uint32_t> IPMIController::CountEntries() {
 bool IPMIController::ReadEntry(tagSEL_DATA& entry) {
   const uint16_t id = entry.wRecordID;
   try {
-    const Bytes request{0, 0, static_cast<uint8_t>(id & 0xFF), static_cast<uint8_t>(id >> 8), 0, kWhole};
-    IPMIAnswer answer = AskPatiently(*transport_, kGetEntry, request);
-    if (answer.completion == kIPMINotPresent) return false;
-    const Bytes data = RequireData(kGetEntry, std::move(answer), 2 + sizeof(SELRecord));
+    const Bytes request{0, 0, static_cast<uint8_t>(id & 0xFF), static_cast<uint8_t>(id >> 8), 0, WHOLE};
+    IPMIAnswer answer = AskPatiently(*transport_, GET_ENTRY, request);
+    if (answer.completion == IPMI_NOT_PRESENT) return false;
+    const Bytes data = RequireData(GET_ENTRY, std::move(answer), 2 + sizeof(SELRecord));
     tagSEL_DATA found{ReadWord(data, 2), ReadWord(data, 0), {}};
     // Some controllers answer with another entry where the one asked for is gone.
     if (id != 0 && found.wRecordID != id) return false;

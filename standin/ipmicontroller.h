@@ -29,7 +29,7 @@ class IPMIController : public Controller {
   const Sensors& GetSensors() const override { return sensors_; }
 
   /// What the sensors lack, or which were left out.
-  const std::vector<std::string>& notes() const { return notes_; }
+  const std::vector<std::string>& Notes() const { return notes_; }
 
   std::string TakeProblem() override { return std::exchange(problem_, {}); }
 

@@ -9,19 +9,19 @@
 
 namespace standin {
 
-inline constexpr uint16_t kIPMIPort = 623;
+inline constexpr uint16_t IPMI_PORT = 623;
 
 /// Numbered as in IPMI.
-enum class IPMIPrivilege : uint8_t { kCallback = 1, kUser, kOperator, kAdministrator };
+enum class IPMIPrivilege : uint8_t { CALLBACK = 1, USER, OPERATOR, ADMINISTRATOR };
 
 struct IPMIOptions {
   std::optional<std::string> host;  ///< name or address; none: this machine's own controller
-  uint16_t port = kIPMIPort;
+  uint16_t port = IPMI_PORT;
   std::string user;
   std::string password;
-  IPMIPrivilege privilege = IPMIPrivilege::kUser;  ///< enough to read
-  std::chrono::milliseconds timeout{10000};        ///< for each answer, with all that may be needed to get it
-  bool allow_1_5 = false;                          ///< where the controller lacks RMCP+, log in by IPMI 1.5 with MD5
+  IPMIPrivilege privilege = IPMIPrivilege::USER;  ///< enough to read
+  std::chrono::milliseconds timeout{10000};       ///< for each answer, with all that may be needed to get it
+  bool allowIPMI15 = false;                       ///< where the controller lacks RMCP+, log in by IPMI 1.5 with MD5
 };
 
 }  // namespace standin

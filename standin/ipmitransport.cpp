@@ -11,42 +11,42 @@
 namespace standin {
 namespace {
 
-constexpr int kTries = 10;
-constexpr auto kPause = std::chrono::milliseconds(100);
+constexpr int TRIES = 10;
+constexpr auto PAUSE = std::chrono::milliseconds(100);
 
 struct CompletionName {
   uint8_t completion;
   const char* text;
 };
 
-constexpr std::array kCompletionNames{CompletionName{kIPMIDone, "done"},
-                                      CompletionName{kIPMINodeBusy, "it is busy"},
-                                      CompletionName{kIPMIInvalidCommand, "it does not know this command"},
+constexpr std::array COMPLETION_NAMES{CompletionName{IPMI_DONE, "done"},
+                                      CompletionName{IPMI_NODE_BUSY, "it is busy"},
+                                      CompletionName{IPMI_INVALID_COMMAND, "it does not know this command"},
                                       CompletionName{0xC2, "it does not know this command at this logical unit"},
-                                      CompletionName{kIPMITimeout, "it ran out of time"},
+                                      CompletionName{IPMI_TIMEOUT, "it ran out of time"},
                                       CompletionName{0xC4, "it is out of space"},
-                                      CompletionName{kIPMIReservationLost, "the reservation was lost"},
+                                      CompletionName{IPMI_RESERVATION_LOST, "the reservation was lost"},
                                       CompletionName{0xC6, "the request was cut short"},
-                                      CompletionName{kIPMIRequestLength, "the request's length is wrong"},
-                                      CompletionName{kIPMIFieldLength, "a field of the request is too long"},
-                                      CompletionName{kIPMIOutOfRange, "a parameter is out of range"},
-                                      CompletionName{kIPMITooManyBytes, "it cannot return that many bytes"},
-                                      CompletionName{kIPMINotPresent, "what was asked for is not there"},
+                                      CompletionName{IPMI_REQUEST_LENGTH, "the request's length is wrong"},
+                                      CompletionName{IPMI_FIELD_LENGTH, "a field of the request is too long"},
+                                      CompletionName{IPMI_OUT_OF_RANGE, "a parameter is out of range"},
+                                      CompletionName{IPMI_TOO_MANY_BYTES, "it cannot return that many bytes"},
+                                      CompletionName{IPMI_NOT_PRESENT, "what was asked for is not there"},
                                       CompletionName{0xCC, "a field of the request is invalid"},
                                       CompletionName{0xCD, "the command does not fit this sensor or record"},
                                       CompletionName{0xCE, "it has no response"},
                                       CompletionName{0xCF, "the request is a duplicate"},
-                                      CompletionName{kIPMIRepositoryUpdate, "its sensor records are being updated"},
+                                      CompletionName{IPMI_REPOSITORY_UPDATE, "its sensor records are being updated"},
                                       CompletionName{0xD1, "its firmware is being updated"},
-                                      CompletionName{kIPMIInitialising, "it is still starting"},
+                                      CompletionName{IPMI_INITIALISING, "it is still starting"},
                                       CompletionName{0xD3, "the destination is not to be had"},
-                                      CompletionName{kIPMIPrivilege, "the privilege level is too low"},
+                                      CompletionName{IPMI_PRIVILEGE, "the privilege level is too low"},
                                       CompletionName{0xD5, "it cannot do so in its present state"},
                                       CompletionName{0xD6, "this function is disabled"},
-                                      CompletionName{kIPMIUnspecified, "unspecified error"}};
+                                      CompletionName{IPMI_UNSPECIFIED, "unspecified error"}};
 
 bool IsBusy(uint8_t completion) {
-  return completion == kIPMINodeBusy || completion == kIPMIRepositoryUpdate || completion == kIPMIInitialising;
+  return completion == IPMI_NODE_BUSY || completion == IPMI_REPOSITORY_UPDATE || completion == IPMI_INITIALISING;
 }
 
 }  // namespace
@@ -54,16 +54,16 @@ bool IsBusy(uint8_t completion) {
 IPMIAnswer AskPatiently(IPMITransport& transport, const IPMICommand& command, const Bytes& data) {
   for (int tries = 1;; ++tries) {
     IPMIAnswer answer = transport.Request(command, data);
-    if (!IsBusy(answer.completion) || tries == kTries) return answer;
-    std::this_thread::sleep_for(kPause);
+    if (!IsBusy(answer.completion) || tries == TRIES) return answer;
+    std::this_thread::sleep_for(PAUSE);
   }
 }
 
 Bytes RequireData(const IPMICommand& command, IPMIAnswer answer, size_t size) {
   const std::string answers = std::string("the controller answers ") + command.name;
-  if (answer.completion != kIPMIDone) throw Failure(kRequestFailed, answers + ": " + CompletionText(answer.completion));
+  if (answer.completion != IPMI_DONE) throw Failure(REQUEST_FAILED, answers + ": " + CompletionText(answer.completion));
   if (answer.data.size() < size) {
-    throw Failure(kRequestFailed, answers + " with " + std::to_string(answer.data.size()) + " bytes instead of " +
+    throw Failure(REQUEST_FAILED, answers + " with " + std::to_string(answer.data.size()) + " bytes instead of " +
                                       std::to_string(size));
   }
   return std::move(answer.data);
@@ -72,7 +72,7 @@ Bytes RequireData(const IPMICommand& command, IPMIAnswer answer, size_t size) {
 std::string CompletionText(uint8_t completion) {
   std::array<char, 32> number{};
   std::snprintf(number.data(), number.size(), " (completion code %02Xh)", completion);
-  for (const CompletionName& name : kCompletionNames) {
+  for (const CompletionName& name : COMPLETION_NAMES) {
     if (name.completion == completion) return name.text + std::string(number.data());
   }
   return (completion >= 0x80 && completion < 0xC0 ? "an error of this command" : "an error of its maker's") +

@@ -20,24 +20,24 @@ struct IPMICommand {
 
 /// Completion codes that are no more than an answer to what was asked.
 enum : uint8_t {
-  kIPMIDone = 0x00,
-  kIPMINodeBusy = 0xC0,
-  kIPMIInvalidCommand = 0xC1,
-  kIPMITimeout = 0xC3,
-  kIPMIReservationLost = 0xC5,
-  kIPMIRequestLength = 0xC7,
-  kIPMIFieldLength = 0xC8,
-  kIPMIOutOfRange = 0xC9,
-  kIPMITooManyBytes = 0xCA,
-  kIPMINotPresent = 0xCB,
-  kIPMIRepositoryUpdate = 0xD0,
-  kIPMIInitialising = 0xD2,
-  kIPMIPrivilege = 0xD4,
-  kIPMIUnspecified = 0xFF
+  IPMI_DONE = 0x00,
+  IPMI_NODE_BUSY = 0xC0,
+  IPMI_INVALID_COMMAND = 0xC1,
+  IPMI_TIMEOUT = 0xC3,
+  IPMI_RESERVATION_LOST = 0xC5,
+  IPMI_REQUEST_LENGTH = 0xC7,
+  IPMI_FIELD_LENGTH = 0xC8,
+  IPMI_OUT_OF_RANGE = 0xC9,
+  IPMI_TOO_MANY_BYTES = 0xCA,
+  IPMI_NOT_PRESENT = 0xCB,
+  IPMI_REPOSITORY_UPDATE = 0xD0,
+  IPMI_INITIALISING = 0xD2,
+  IPMI_PRIVILEGE = 0xD4,
+  IPMI_UNSPECIFIED = 0xFF
 };
 
 struct IPMIAnswer {
-  uint8_t completion = kIPMIDone;
+  uint8_t completion = IPMI_DONE;
   Bytes data;  ///< what follows the completion code
 };
 

@@ -49,21 +49,21 @@ static_assert(sizeof(Item) == sizeof(tagCONFIGITEM));
 class MarkedItems : public std::vector<Item> {
  public:
   explicit MarkedItems(size_t count) : vector(count) {
-    for (Item& item : *this) item.dwIndex = item.dwID = item.dwEntryCount = kMark;
+    for (Item& item : *this) item.dwIndex = item.dwID = item.dwEntryCount = MARK;
   }
 
   /// How many were filled, from the first one on, or nothing when an item after them is not as it was.
   std::optional<size_t> CountFilled() const {
-    const auto is_untouched = [](const Item& item) {
-      return item.pEntries == nullptr && item.dwIndex == kMark && item.dwID == kMark && item.dwEntryCount == kMark;
+    const auto isUntouched = [](const Item& item) {
+      return item.pEntries == nullptr && item.dwIndex == MARK && item.dwID == MARK && item.dwEntryCount == MARK;
     };
-    const auto rest = std::find_if(begin(), end(), is_untouched);
-    if (!std::all_of(rest, end(), is_untouched)) return std::nullopt;
+    const auto rest = std::find_if(begin(), end(), isUntouched);
+    if (!std::all_of(rest, end(), isUntouched)) return std::nullopt;
     return static_cast<size_t>(rest - begin());
   }
 
  private:
-  static constexpr uint32_t kMark = 0xA5A5A5A5;
+  static constexpr uint32_t MARK = 0xA5A5A5A5;
 };
 
 }  // namespace standin

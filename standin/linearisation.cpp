@@ -6,29 +6,29 @@ namespace standin {
 
 double Linearise(Linearisation function, double x) {
   switch (function) {
-    case Linearisation::kLinear:
+    case Linearisation::LINEAR:
       return x;
-    case Linearisation::kLn:
+    case Linearisation::LN:
       return std::log(x);
-    case Linearisation::kLog10:
+    case Linearisation::LOG10:
       return std::log10(x);
-    case Linearisation::kLog2:
+    case Linearisation::LOG2:
       return std::log2(x);
-    case Linearisation::kE:
+    case Linearisation::E:
       return std::exp(x);
-    case Linearisation::kExp10:
+    case Linearisation::EXP10:
       return std::pow(10.0, x);
-    case Linearisation::kExp2:
+    case Linearisation::EXP2:
       return std::exp2(x);
-    case Linearisation::kInverse:
+    case Linearisation::INVERSE:
       return 1 / x;
-    case Linearisation::kSquare:
+    case Linearisation::SQUARE:
       return x * x;
-    case Linearisation::kCube:
+    case Linearisation::CUBE:
       return x * x * x;
-    case Linearisation::kSquareRoot:
+    case Linearisation::SQUARE_ROOT:
       return std::sqrt(x);
-    case Linearisation::kCubeRoot:
+    case Linearisation::CUBE_ROOT:
       return std::cbrt(x);
   }
   return x;

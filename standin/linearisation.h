@@ -10,22 +10,22 @@ namespace standin {
 
 /// Numbered as in sensor data records.
 enum class Linearisation : uint8_t {
-  kLinear,
-  kLn,
-  kLog10,
-  kLog2,
-  kE,
-  kExp10,
-  kExp2,
-  kInverse,
-  kSquare,
-  kCube,
-  kSquareRoot,
-  kCubeRoot
+  LINEAR,
+  LN,
+  LOG10,
+  LOG2,
+  E,
+  EXP10,
+  EXP2,
+  INVERSE,
+  SQUARE,
+  CUBE,
+  SQUARE_ROOT,
+  CUBE_ROOT
 };
 
 /// Their names, each at its number.
-inline constexpr std::array<std::string_view, 12> kLinearisations{
+inline constexpr std::array<std::string_view, 12> LINEARISATIONS{
     "linear", "ln", "log10", "log2", "e", "exp10", "exp2", "1/x", "square", "cube", "square root", "cube root"};
 
 /// The function's value at x; infinite or not a number where it has none.

@@ -39,11 +39,11 @@ void PrepareProcess() {
   if (descriptor >= 0) close(descriptor);
   signal(SIGPIPE, [](int) {});
   // A log may hold any text. Where the environment names no character encoding, UTF-8 is the best guess.
-  const auto is_set = [](const char* name) {
+  const auto isSet = [](const char* name) {
     const char* value = std::getenv(name);
     return value != nullptr && *value != '\0';
   };
-  std::setlocale(LC_CTYPE, is_set("LC_ALL") || is_set("LC_CTYPE") || is_set("LANG") ? "" : "C.UTF-8");
+  std::setlocale(LC_CTYPE, isSet("LC_ALL") || isSet("LC_CTYPE") || isSet("LANG") ? "" : "C.UTF-8");
 }
 
 /// The module is made of shell commands, and without one of them every log looks empty. Throws Failure.
@@ -58,14 +58,14 @@ void RequireCommands() {
     }
     if (!found) missing.append(" ").append(command);
   }
-  if (!missing.empty()) throw Failure(kRequestFailed, "commands that the module runs are not in PATH:" + missing);
+  if (!missing.empty()) throw Failure(REQUEST_FAILED, "commands that the module runs are not in PATH:" + missing);
 }
 
 /// The controller that the options describe.
 std::unique_ptr<Controller> MakeController(const Options& options) {
   Sensors sensors = options.sensors ? ReadSensors(*options.sensors) : Sensors();
   if (!options.sel) return std::make_unique<NoController>();
-  return std::make_unique<RecordLog>(ReadRawRecords(*options.sel, kMaxSelRecords), std::move(sensors));
+  return std::make_unique<RecordLog>(ReadRawRecords(*options.sel, MAX_SEL_RECORDS), std::move(sensors));
 }
 
 /// Runs a sub-command that has the module do something. Returns what is to be shown of it.
@@ -92,7 +92,7 @@ Table LoadAndAsk(const Options& options) {
     guard.reset();
     module.ShowBMCSELLogDebug();
     if (std::fflush(stdout) != 0 && errno != EPIPE) {
-      throw Failure(kRequestFailed, std::string("cannot write to standard output: ") + std::strerror(errno));
+      throw Failure(REQUEST_FAILED, std::string("cannot write to standard output: ") + std::strerror(errno));
     }
     guard.emplace(options.verbose);
   }
@@ -121,7 +121,7 @@ void Run(const Options& options) {
     host->controller = controller.get();
     host->dist = options.distribution;
     TakeMessages(options.verbose);
-    if (options.sel_log) LaySelLog(*options.sel_log);
+    if (options.selLog) LaySelLog(*options.selLog);
     // The module is stopped before anything is shown: a reader may take its time.
     const Table table = LoadAndAsk(options);
     if (!table.columns.empty()) Show(table, options.format);
@@ -145,8 +145,8 @@ int main(int argc, char** argv) {
     standin::Run(standin::ParseCommandLine(argc, argv));
     return 0;
   } catch (const standin::Failure& failure) {
-    return standin::GiveUp(failure.status(), failure.what());
+    return standin::GiveUp(failure.Status(), failure.what());
   } catch (const std::exception& error) {
-    return standin::GiveUp(standin::kRequestFailed, error.what());
+    return standin::GiveUp(standin::REQUEST_FAILED, error.what());
   }
 }

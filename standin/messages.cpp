@@ -28,7 +28,7 @@ ssize_t WriteUnlessDebug(void*, const char* text, size_t size) {
 }  // namespace
 
 void TakeMessages(bool verbose) {
-  host->on_output = [verbose](int level, std::string text) {
+  host->onOutput = [verbose](int level, std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
     if (verbose) std::fprintf(stderr, "[%s] %s\n", LevelName(level).c_str(), text.c_str());
     const std::lock_guard lock(last_error_mutex);

@@ -19,7 +19,7 @@ namespace {
 void ExpectWhole(const std::string& path) {
   std::error_code error;
   if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
-    throw Failure(kRequestFailed, "'" + path + "' is no module: it is no regular file");
+    throw Failure(REQUEST_FAILED, "'" + path + "' is no module: it is no regular file");
   }
   std::ifstream file(path, std::ios::binary);
   ElfW(Ehdr) header{};
@@ -28,17 +28,17 @@ void ExpectWhole(const std::string& path) {
   std::vector<ElfW(Phdr)> segments(header.e_phnum);
   const auto size = static_cast<std::streamsize>(segments.size() * sizeof(segments[0]));
   file.seekg(static_cast<std::streamoff>(header.e_phoff));
-  bool is_whole = static_cast<bool>(file.read(reinterpret_cast<char*>(segments.data()), size));
+  bool isWhole = static_cast<bool>(file.read(reinterpret_cast<char*>(segments.data()), size));
   file.seekg(0, std::ios::end);
   const auto end = static_cast<uint64_t>(file.tellg());
-  for (const ElfW(Phdr) & segment : segments) is_whole &= segment.p_offset + segment.p_filesz <= end;
-  if (!is_whole) throw Failure(kRequestFailed, "'" + path + "' is no module: it ends too early");
+  for (const ElfW(Phdr) & segment : segments) isWhole &= segment.p_offset + segment.p_filesz <= end;
+  if (!isWhole) throw Failure(REQUEST_FAILED, "'" + path + "' is no module: it ends too early");
 }
 
 void* Load(const std::string& path) {
   ExpectWhole(path);
   void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) throw Failure(kRequestFailed, std::string("cannot load the module: ") + dlerror());
+  if (handle == nullptr) throw Failure(REQUEST_FAILED, std::string("cannot load the module: ") + dlerror());
   return handle;
 }
 
@@ -59,7 +59,7 @@ bool Module::Unload() {
 
 void* Module::FindSymbol(const char* name) const {
   void* symbol = dlsym(handle_.get(), name);
-  if (symbol == nullptr) throw Failure(kRequestFailed, "'" + path_ + "' is no module: it has no " + name);
+  if (symbol == nullptr) throw Failure(REQUEST_FAILED, "'" + path_ + "' is no module: it has no " + name);
   return symbol;
 }
 

@@ -19,7 +19,7 @@ NewFile::NewFile(std::string path, bool overwrite)
   struct stat status {};
   if (lstat(path_.c_str(), &status) == 0) {
     if (!overwrite_) Fail(EEXIST);
-    if (!S_ISREG(status.st_mode)) throw Failure(kRequestFailed, "'" + path_ + "' is no file that could be overwritten");
+    if (!S_ISREG(status.st_mode)) throw Failure(REQUEST_FAILED, "'" + path_ + "' is no file that could be overwritten");
   }
   descriptor_ = mkostemp(draft_.data(), O_CLOEXEC);  // with the mode 0600
   if (descriptor_ < 0) {
@@ -60,7 +60,7 @@ void NewFile::Commit() {
 }
 
 void NewFile::Fail(int error) const {
-  throw Failure(kRequestFailed, error == EEXIST ? "'" + path_ + "' exists; --force overwrites it"
+  throw Failure(REQUEST_FAILED, error == EEXIST ? "'" + path_ + "' exists; --force overwrites it"
                                                 : "cannot write '" + path_ + "': " + std::strerror(error));
 }
 

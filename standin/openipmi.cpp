@@ -52,7 +52,7 @@ class OpenIPMI {
     }
   }
 
-  os_handler_t* system() const { return system_; }
+  os_handler_t* System() const { return system_; }
 
  private:
   os_handler_t* system_;
@@ -71,7 +71,7 @@ int OnReply(ipmi_con_t* connection, ipmi_msgi_t* item) {
   (*reply)->done = true;
   const Bytes bytes(item->msg.data, item->msg.data + item->msg.data_len);
   // The library says "timeout" itself when nothing comes back.
-  if (connection != nullptr && !bytes.empty() && bytes[0] != kIPMITimeout) {
+  if (connection != nullptr && !bytes.empty() && bytes[0] != IPMI_TIMEOUT) {
     (*reply)->answer = IPMIAnswer{bytes[0], Bytes(bytes.begin() + 1, bytes.end())};
   }
   return IPMI_MSG_ITEM_NOT_USED;
@@ -85,24 +85,24 @@ char* Text(const std::string& text) { return const_cast<char*>(text.c_str()); } 
 IPMISession::IPMISession(IPMIProtocol protocol, const std::string& address, const IPMIOptions& options,
                          Deadline deadline)
     : library_(OpenIPMI::Get()) {
-  last_error_ = SetUp(protocol, address, options);
-  if (last_error_ == 0) {
+  lastError_ = SetUp(protocol, address, options);
+  if (lastError_ == 0) {
     library_->Run([this] { return decided_; }, deadline);
-    if (!decided_) last_error_ = ETIMEDOUT;
+    if (!decided_) lastError_ = ETIMEDOUT;
   }
-  if (!up_) error_ = IPMILoginError{last_error_, answered_};
+  if (!up_) error_ = IPMILoginError{lastError_, answered_};
 }
 
 int IPMISession::SetUp(IPMIProtocol protocol, const std::string& address, const IPMIOptions& options) {
   int error = 0;
-  if (protocol == IPMIProtocol::kLocal) {
-    error = ipmi_smi_setup_con(0, library_->system(), nullptr, &connection_);
+  if (protocol == IPMIProtocol::LOCAL) {
+    error = ipmi_smi_setup_con(0, library_->System(), nullptr, &connection_);
   } else {
     const std::string port = std::to_string(options.port);
     std::array addresses{Text(address)};
     std::array ports{Text(port)};
     const int method =
-        protocol == IPMIProtocol::kRMCPPlus ? static_cast<int>(IPMI_AUTHTYPE_RMCP_PLUS) : IPMI_AUTHTYPE_MD5;
+        protocol == IPMIProtocol::RMCP_PLUS ? static_cast<int>(IPMI_AUTHTYPE_RMCP_PLUS) : IPMI_AUTHTYPE_MD5;
     std::array parameters{
         ipmi_lanp_parm_t{IPMI_LANP_PARMID_ADDRS, 0, addresses.data(), addresses.size()},
         ipmi_lanp_parm_t{IPMI_LANP_PARMID_PORTS, 0, ports.data(), ports.size()},
@@ -111,17 +111,17 @@ int IPMISession::SetUp(IPMIProtocol protocol, const std::string& address, const 
                          static_cast<unsigned>(options.password.size())},
         ipmi_lanp_parm_t{IPMI_LANP_PARMID_PRIVILEGE, static_cast<int>(options.privilege), nullptr, 0},
         ipmi_lanp_parm_t{IPMI_LANP_PARMID_AUTHTYPE, method, nullptr, 0}};
-    error = ipmi_lanp_setup_con(parameters.data(), parameters.size(), library_->system(), nullptr, &connection_);
+    error = ipmi_lanp_setup_con(parameters.data(), parameters.size(), library_->System(), nullptr, &connection_);
   }
   if (error != 0) return error;
 
   connection_->add_con_change_handler(
       connection_,
-      [](ipmi_con_t*, int change, unsigned, int any_port_up, void* data) {
+      [](ipmi_con_t*, int change, unsigned, int anyPortUp, void* data) {
         auto* session = static_cast<IPMISession*>(data);
         session->decided_ = true;
-        session->up_ = change == 0 || any_port_up != 0;
-        session->last_error_ = change;
+        session->up_ = change == 0 || anyPortUp != 0;
+        session->lastError_ = change;
       },
       this);
   // Its statistics alone tell a controller that is not there from one that does not want us.
@@ -163,14 +163,14 @@ std::optional<IPMIAnswer> IPMISession::Request(const IPMICommand& command, const
   ipmi_msgi_t* item = up_ ? ipmi_alloc_msg_item() : nullptr;
   if (item == nullptr) return std::nullopt;
   const auto reply = std::make_shared<Reply>();
-  auto for_library = std::make_unique<std::shared_ptr<Reply>>(reply);
-  item->data1 = for_library.get();
+  auto forLibrary = std::make_unique<std::shared_ptr<Reply>>(reply);
+  item->data1 = forLibrary.get();
   if (connection_->send_command(connection_, reinterpret_cast<ipmi_addr_t*>(&controller), sizeof(controller), &message,
                                 OnReply, item) != 0) {
     ipmi_free_msg_item(item);
     return std::nullopt;
   }
-  static_cast<void>(for_library.release());  // OnReply frees it
+  static_cast<void>(forLibrary.release());  // OnReply frees it
   library_->Run([&] { return reply->done || !up_; }, deadline);
   return reply->answer;
 }

@@ -17,7 +17,7 @@ namespace standin {
 
 using Deadline = std::chrono::steady_clock::time_point;
 
-enum class IPMIProtocol { kLocal, kRMCPPlus, k1_5 };
+enum class IPMIProtocol { LOCAL, RMCP_PLUS, V1_5 };
 
 /// Why no session came about.
 struct IPMILoginError {
@@ -30,14 +30,14 @@ class OpenIPMI;
 /// Used by one thread at a time, as are all sessions of the process together.
 class IPMISession {
  public:
-  /// Starts a session. `address` is numeric, and not looked at for this machine's own controller. See `error` next.
+  /// Starts a session. `address` is numeric, and not looked at for this machine's own controller. See `Error` next.
   IPMISession(IPMIProtocol protocol, const std::string& address, const IPMIOptions& options, Deadline deadline);
   ~IPMISession();
   IPMISession(const IPMISession&) = delete;
   IPMISession& operator=(const IPMISession&) = delete;
 
   /// Why the session did not start; none when it did.
-  const std::optional<IPMILoginError>& error() const { return error_; }
+  const std::optional<IPMILoginError>& Error() const { return error_; }
 
   /// Sends a command. Returns none when no answer comes until the deadline, or the session ends.
   std::optional<IPMIAnswer> Request(const IPMICommand& command, const Bytes& data, Deadline deadline);
@@ -51,7 +51,7 @@ class IPMISession {
   bool decided_ = false;  ///< the library has told whether the session starts
   bool up_ = false;
   bool answered_ = false;
-  int last_error_ = 0;
+  int lastError_ = 0;
   std::optional<IPMILoginError> error_;
 };
 

@@ -10,11 +10,11 @@
 namespace standin {
 
 /// Record IDs are positions in the log, counted from 1, and 0xFFFF ends it.
-inline constexpr size_t kMaxSelRecords = SEL_LAST_ENTRY - 1;
+inline constexpr size_t MAX_SEL_RECORDS = SEL_LAST_ENTRY - 1;
 
 class RecordLog final : public Controller {
  public:
-  /// Takes at most kMaxSelRecords records, oldest first.
+  /// Takes at most MAX_SEL_RECORDS records, oldest first.
   RecordLog(std::vector<SELRecord> records, Sensors sensors)
       : records_(std::move(records)), sensors_(std::move(sensors)) {}
 

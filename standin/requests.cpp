@@ -12,17 +12,17 @@
 namespace standin {
 namespace {
 
-constexpr uint64_t kStartSettings = uint64_t{5000} << 32;
+constexpr uint64_t START_SETTINGS = uint64_t{5000} << 32;
 
 /// How often a list is asked for that grew between the two calls.
-constexpr int kAttempts = 5;
+constexpr int ATTEMPTS = 5;
 
 /// Room beyond the count: a log's last line may lack its newline; it is not counted, but delivered all the same.
-constexpr uint32_t kSpare = 1;
+constexpr uint32_t SPARE = 1;
 
 [[noreturn]] void Refused(const char* request) {
   const std::string reason = LastError();
-  throw Failure(kRequestFailed, std::string("the module refused ") + request + (reason.empty() ? "" : ": ") + reason);
+  throw Failure(REQUEST_FAILED, std::string("the module refused ") + request + (reason.empty() ? "" : ": ") + reason);
 }
 
 bool Request(const Module& module, uint32_t operation, const char* name, void* arg1, void* arg2, void* arg3) {
@@ -33,11 +33,11 @@ bool Request(const Module& module, uint32_t operation, const char* name, void* a
 /// leaves in `count` what the module told. The second call is refused when there are more by then.
 template <typename Record, typename Ask>
 std::vector<Record> Fetch(const char* request, Ask ask) {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+  for (int attempt = 0; attempt < ATTEMPTS; ++attempt) {
     uint32_t count = 0;
     if (!ask(count, static_cast<Record*>(nullptr))) Refused(request);
     if (count == 0) return {};
-    count += kSpare;
+    count += SPARE;
     std::vector<Record> records(count);
     if (ask(count, records.data())) {
       records.resize(std::min<size_t>(count, records.size()));
@@ -102,8 +102,8 @@ std::wstring Hexadecimal(uint64_t word, int digits) {
 
 void Start(const Module& module) {
   uint32_t out = 0;
-  if (module.SPInitialize(&kStartSettings, &out) == 0) {
-    throw Failure(kRequestFailed, "the module refused to start: " + LastError());
+  if (module.SPInitialize(&START_SETTINGS, &out) == 0) {
+    throw Failure(REQUEST_FAILED, "the module refused to start: " + LastError());
   }
 }
 
@@ -111,12 +111,12 @@ Table ListLogs(const Module& module) {
   const std::vector<tagCONFIGGROUP> groups = ReadGroups(module);
   const std::vector<Item> properties = ReadProperties(module, Type(CONFIG_TYPE_LOG));  // all logs
   Table table{{{"name"}, {"id"}, {"records", true}}, {}};
-  for (size_t i = 0; i < kLogs.size(); ++i) {
-    const LogName& log = kLogs[i];
-    const auto is_log = [&](const tagCONFIGGROUP& group) { return group.wGroupID == log.id; };
-    const auto is_number = [&](const Item& item) { return item.dwIndex == i + 1; };
-    if (std::none_of(groups.begin(), groups.end(), is_log)) continue;
-    const auto property = std::find_if(properties.begin(), properties.end(), is_number);
+  for (size_t i = 0; i < LOGS.size(); ++i) {
+    const LogName& log = LOGS[i];
+    const auto isLog = [&](const tagCONFIGGROUP& group) { return group.wGroupID == log.id; };
+    const auto isNumber = [&](const Item& item) { return item.dwIndex == i + 1; };
+    if (std::none_of(groups.begin(), groups.end(), isLog)) continue;
+    const auto property = std::find_if(properties.begin(), properties.end(), isNumber);
     const std::string name = log.name;
     table.rows.push_back({{name.begin(), name.end()},
                           Hexadecimal(log.id, 2),

@@ -18,11 +18,11 @@ struct LogName {
 };
 
 /// The logs of the catalogue, in the order of their numbers 1 to 5.
-inline constexpr std::array<LogName, 5> kLogs{{{"application", LOG_APPLICATION},
-                                               {"secure", LOG_SECURE},
-                                               {"messages", LOG_MESSAGES},
-                                               {"agent", LOG_AGENT},
-                                               {"sel", LOG_SEL}}};
+inline constexpr std::array<LogName, 5> LOGS{{{"application", LOG_APPLICATION},
+                                              {"secure", LOG_SECURE},
+                                              {"messages", LOG_MESSAGES},
+                                              {"agent", LOG_AGENT},
+                                              {"sel", LOG_SEL}}};
 
 /// Records of a log, counted from 1, both ends included.
 struct Lines {

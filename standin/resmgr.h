@@ -11,13 +11,13 @@ namespace standin {
 /// Names the string wanted of the resource manager, as modules pass it.
 struct StringRequest {
   uint32_t type;
-  uint32_t object_id;
+  uint32_t objectId;
   std::array<uint32_t, 2> arguments;
 };
 static_assert(sizeof(StringRequest) == 16);
 
-/// Type of a request for the name of the host's sensor `object_id`.
-inline constexpr uint32_t kSensorName = 0x00080002;
+/// Type of a request for the name of the host's sensor `objectId`.
+inline constexpr uint32_t SENSOR_NAME = 0x00080002;
 
 }  // namespace standin
 

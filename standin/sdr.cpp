@@ -10,20 +10,20 @@
 namespace standin {
 namespace {
 
-constexpr uint8_t kController = 0x20;  // its own address on the management bus
+constexpr uint8_t CONTROLLER = 0x20;  // its own address on the management bus
 
 /// Where the kinds of sensor records differ.
 struct Layout {
   uint8_t type;
-  bool has_factors;
+  bool hasFactors;
   size_t sharing;  ///< two bytes that tell how many sensors share the record; 0: it stands for one
   size_t name;     ///< type and length byte of the ID string
 };
 
-constexpr std::array kLayouts{Layout{0x01, true, 0, 47}, Layout{0x02, false, 23, 31}, Layout{0x03, false, 12, 16}};
+constexpr std::array LAYOUTS{Layout{0x01, true, 0, 47}, Layout{0x02, false, 23, 31}, Layout{0x03, false, 12, 16}};
 
 const Layout* FindLayout(uint8_t type) {
-  for (const Layout& layout : kLayouts) {
+  for (const Layout& layout : LAYOUTS) {
     if (layout.type == type) return &layout;
   }
   return nullptr;
@@ -56,22 +56,22 @@ bool AddFactors(const Bytes& record, Sensor& sensor) {
   const unsigned form = record[20] >> 6;
   if (form == 3) return true;  // no readings, so nothing to convert
   const unsigned function = record[23] & 0x7F;
-  if (function >= kLinearisations.size()) return false;
+  if (function >= LINEARISATIONS.size()) return false;
   sensor.unit = UnitText(record[20], record[21], record[22]);
-  sensor.is_signed = form != 0;
-  sensor.ones_complement = form == 1;
+  sensor.isSigned = form != 0;
+  sensor.onesComplement = form == 1;
   sensor.linearisation = static_cast<Linearisation>(function);
   sensor.m = Signed(record[24] | (record[25] & 0xC0U) << 2, 10);
   sensor.b = Signed(record[26] | (record[27] & 0xC0U) << 2, 10);
-  sensor.r_exp = Signed(record[29] >> 4, 4);
-  sensor.b_exp = Signed(record[29] & 0x0F, 4);
+  sensor.rExp = Signed(record[29] >> 4, 4);
+  sensor.bExp = Signed(record[29] & 0x0F, 4);
   return true;
 }
 
 }  // namespace
 
 SDRContents DecodeSDR(const Bytes& record) {
-  const Layout* layout = record.size() < kSDRHeaderSize ? nullptr : FindLayout(record[3]);
+  const Layout* layout = record.size() < SDR_HEADER_SIZE ? nullptr : FindLayout(record[3]);
   if (layout == nullptr) return {};
   if (record.size() <= layout->name) {
     return {{}, "sensor record " + Hexadecimal(ReadWord(record, 0)) + " is too short and left out"};
@@ -81,14 +81,14 @@ SDRContents DecodeSDR(const Bytes& record) {
   sensor.name = DecodeIdString(record, layout->name);
   const std::string title =
       "sensor " + Hexadecimal(sensor.number) + (sensor.name.empty() ? "" : " '" + sensor.name + "'");
-  if (record[5] != kController || (record[6] & 0x03) != 0) {
+  if (record[5] != CONTROLLER || (record[6] & 0x03) != 0) {
     return {{},
             title + " is another controller's (owner " + Hexadecimal(record[5]) + ", logical unit " +
                 std::to_string(record[6] & 0x03) + ") and left out"};
   }
 
   SDRContents contents;
-  if (layout->has_factors && !AddFactors(record, sensor)) {
+  if (layout->hasFactors && !AddFactors(record, sensor)) {
     contents.note = title + " has readings by a function that its record does not tell; they are shown raw";
   }
   const unsigned count = layout->sharing == 0 ? 1 : std::max(1U, record[layout->sharing] & 0x0FU);

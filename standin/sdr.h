@@ -10,7 +10,7 @@
 namespace standin {
 
 /// The part of a record that is the same in all: record ID, version, type, and the number of bytes that follow.
-inline constexpr size_t kSDRHeaderSize = 5;
+inline constexpr size_t SDR_HEADER_SIZE = 5;
 
 struct SDRContents {
   Sensors sensors;   ///< without host IDs; none for records of other things

@@ -8,15 +8,15 @@ namespace standin {
 namespace {
 
 /// At their numbers, from 0 on.
-constexpr std::string_view kUnits =
+constexpr std::string_view UNITS =
     "|degrees C|degrees F|degrees K|V|A|W|J|C|VA|nits|lm|lx|cd|kPa|psi|N|CFM|RPM|Hz|us|ms|s|min|h|days|weeks|mil|in|ft|"
     "cu in|cu ft|mm|cm|m|cu cm|cu m|l|fl "
     "oz|rad|sr|revolutions|cycles|gravities|oz|lb|ft-lb|oz-in|gauss|gilberts|H|mH|F|"
     "uF|ohms|S|mol|Bq|ppm||dB|dBA|dBC|Gy|Sv|degrees K (colour)|bits|kbit|Mbit|Gbit|bytes|kB|MB|GB|words|dwords|qwords|"
     "lines|hits|misses|retries|resets|overruns|underruns|collisions|packets|messages|characters|errors|"
     "correctable errors|uncorrectable errors|fatal errors|g|";
-constexpr std::string_view kRates = "|/us|/ms|/s|/min|/h|/day||";
-static_assert(std::count(kUnits.begin(), kUnits.end(), '|') == 93);
+constexpr std::string_view RATES = "|/us|/ms|/s|/min|/h|/day||";
+static_assert(std::count(UNITS.begin(), UNITS.end(), '|') == 93);
 
 /// Field `index` of a list whose fields end with "|". Empty where there are not as many.
 std::string_view Field(std::string_view list, size_t index) {
@@ -58,9 +58,9 @@ std::string FromUnicode(const uint8_t* bytes, size_t length, size_t limit) {
 
 /// Digits and a few signs in half a byte each, the lower half first.
 std::string FromBcdPlus(const uint8_t* bytes, size_t length, size_t limit) {
-  constexpr std::string_view kSigns = "0123456789 -.:,_";
+  constexpr std::string_view SIGNS = "0123456789 -.:,_";
   std::string text;
-  for (size_t i = 0; i < std::min(length, 2 * limit); ++i) text += kSigns[bytes[i / 2] >> (4 * (i % 2)) & 0x0F];
+  for (size_t i = 0; i < std::min(length, 2 * limit); ++i) text += SIGNS[bytes[i / 2] >> (4 * (i % 2)) & 0x0F];
   return text;
 }
 
@@ -84,22 +84,21 @@ std::string FromLatin1(const uint8_t* bytes, size_t length, size_t limit) {
 }  // namespace
 
 std::string DecodeIdString(const Bytes& record, size_t place) {
-  constexpr std::array kDecoders{FromUnicode, FromBcdPlus, FromSixBit, FromLatin1};
-  const uint8_t type_and_length = record.at(place);
-  std::string text =
-      kDecoders.at(type_and_length >> 6)(record.data() + place + 1, type_and_length & 0x1F,  // characters
-                                         record.size() - place - 1);
+  constexpr std::array DECODERS{FromUnicode, FromBcdPlus, FromSixBit, FromLatin1};
+  const uint8_t typeAndLength = record.at(place);
+  std::string text = DECODERS.at(typeAndLength >> 6)(record.data() + place + 1, typeAndLength & 0x1F,  // characters
+                                                     record.size() - place - 1);
   text.erase(text.find_last_not_of(' ') + 1);
   return text;
 }
 
 std::string UnitText(uint8_t form, uint8_t base, uint8_t modifier) {
   std::string text = (form & 0x01) != 0 ? "%" : "";
-  if (base != 0) text.append(text.empty() ? "" : " ").append(Field(kUnits, base));
+  if (base != 0) text.append(text.empty() ? "" : " ").append(Field(UNITS, base));
   const int relation = form >> 1 & 0x03;
-  if (relation == 1) text.append("/").append(Field(kUnits, modifier));
-  if (relation == 2) text.append(" x ").append(Field(kUnits, modifier));
-  return text.append(Field(kRates, form >> 3 & 0x07));
+  if (relation == 1) text.append("/").append(Field(UNITS, modifier));
+  if (relation == 2) text.append(" x ").append(Field(UNITS, modifier));
+  return text.append(Field(RATES, form >> 3 & 0x07));
 }
 
 }  // namespace standin

@@ -1,11 +1,7 @@
 /// selfile.h: files of System Event Log records.
 ///
 /// A raw file is the records alone, 16 bytes each, oldest first, as IPMI clients dump them. A SEL log file is what a
-/// host keeps of older records: a header of 9 bytes, then the records, oldest first.
-///
-///   offset 0, 4 bytes: for the writer's own use (here 0)
-///   offset 4, 4 bytes: size of the whole file, least significant byte first
-///   offset 8, 1 byte:  makes the sum of the 9 bytes 0 modulo 256
+/// host keeps of older records; its format stands in platform/selrecord.h.
 #ifndef KESTRUNE_STANDIN_SELFILE_H_
 #define KESTRUNE_STANDIN_SELFILE_H_
 
@@ -22,8 +18,8 @@ std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit = SI
 /// The contents of the SEL log file of these records, oldest first.
 std::string MakeSelLog(const std::vector<SELRecord>& records);
 
-/// Writes the records of the raw file `raw_path` as the SEL log file `path`. Throws Failure.
-void PackSelLog(const std::string& raw_path, const std::string& path);
+/// Writes the records of the raw file `rawPath` as the SEL log file `path`. Throws Failure.
+void PackSelLog(const std::string& rawPath, const std::string& path);
 
 /// Lays a copy of `path`, whatever it holds, where modules look for the SEL log file. Throws Failure.
 void LaySelLog(const std::string& path);

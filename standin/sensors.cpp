@@ -45,7 +45,7 @@ struct Place {
   std::string pointer;
 
   [[noreturn]] void Refuse(const std::string& member, const std::string& why) const {
-    throw Failure(kWrongArguments, file + ": " + (pointer + member).append(" is ") + why);
+    throw Failure(WRONG_ARGUMENTS, file + ": " + (pointer + member).append(" is ") + why);
   }
 
   /// The member, or null when it may be left out and is.
@@ -79,37 +79,36 @@ struct Place {
 
   Linearisation Function(const std::string& name) const {
     const std::string text = Text(name, false);
-    if (text.empty()) return Linearisation::kLinear;
-    const auto* found = std::find(kLinearisations.begin(), kLinearisations.end(), text);
-    if (found != kLinearisations.end()) return static_cast<Linearisation>(found - kLinearisations.begin());
+    if (text.empty()) return Linearisation::LINEAR;
+    const auto* found = std::find(LINEARISATIONS.begin(), LINEARISATIONS.end(), text);
+    if (found != LINEARISATIONS.end()) return static_cast<Linearisation>(found - LINEARISATIONS.begin());
     std::string allowed;
-    for (const std::string_view function : kLinearisations)
-      allowed.append(allowed.empty() ? " " : ", ").append(function);
+    for (const std::string_view each : LINEARISATIONS) allowed.append(allowed.empty() ? " " : ", ").append(each);
     Refuse("/" + name, "none of" + allowed);
   }
 };
 
 Sensor ReadSensor(const Place& place) {
-  constexpr std::array kMembers{"number", "hostId", "name",           "unit",         "M", "B", "bExp",
-                                "rExp",   "signed", "onesComplement", "linearisation"};
+  constexpr std::array MEMBERS{"number", "hostId", "name",           "unit",         "M", "B", "bExp",
+                               "rExp",   "signed", "onesComplement", "linearisation"};
   if (!place.object.is_object()) place.Refuse("", "no object");
   for (const auto& member : place.object.items()) {
-    if (std::find(kMembers.begin(), kMembers.end(), member.key()) == kMembers.end()) {
+    if (std::find(MEMBERS.begin(), MEMBERS.end(), member.key()) == MEMBERS.end()) {
       place.Refuse("/" + member.key(),
                    "unknown; allowed are number hostId name unit M B bExp rExp signed onesComplement linearisation");
     }
   }
   Sensor sensor;
   sensor.number = static_cast<uint8_t>(place.Number("number", 0, 255, {}));
-  sensor.host_id = static_cast<uint32_t>(place.Number("hostId", 0, UINT32_MAX, {}));
+  sensor.hostId = static_cast<uint32_t>(place.Number("hostId", 0, UINT32_MAX, {}));
   sensor.name = place.Text("name", true);
   sensor.unit = place.Text("unit", false);
   sensor.m = static_cast<int>(place.Number("M", -512, 511, sensor.m));
   sensor.b = static_cast<int>(place.Number("B", -512, 511, sensor.b));
-  sensor.b_exp = static_cast<int>(place.Number("bExp", -8, 7, sensor.b_exp));
-  sensor.r_exp = static_cast<int>(place.Number("rExp", -8, 7, sensor.r_exp));
-  sensor.is_signed = place.Flag("signed");
-  sensor.ones_complement = place.Flag("onesComplement");
+  sensor.bExp = static_cast<int>(place.Number("bExp", -8, 7, sensor.bExp));
+  sensor.rExp = static_cast<int>(place.Number("rExp", -8, 7, sensor.rExp));
+  sensor.isSigned = place.Flag("signed");
+  sensor.onesComplement = place.Flag("onesComplement");
   sensor.linearisation = place.Function("linearisation");
   return sensor;
 }
@@ -121,7 +120,7 @@ Sensors ReadSensors(const std::string& path) {
   const std::string quoted = "'" + path + "'";
   size_t line = 1;
   std::vector<size_t> lines;  // where each element of "sensors" starts; 0 for what is no object
-  const auto note_place = [&](int depth, json::parse_event_t event, json&) {
+  const auto notePlace = [&](int depth, json::parse_event_t event, json&) {
     if (depth == 2) {
       if (event == json::parse_event_t::object_start) lines.push_back(line);
       if (event == json::parse_event_t::array_start || event == json::parse_event_t::value) lines.push_back(0);
@@ -131,18 +130,18 @@ Sensors ReadSensors(const std::string& path) {
   json description;
   try {
     description = json::parse(LineCounter(text.data(), &line), LineCounter(text.data() + text.size(), &line),
-                              json::parser_callback_t(note_place));
+                              json::parser_callback_t(notePlace));
   } catch (const json::exception& error) {
     // The text of a syntax error names line and column, others name no place. The tag in brackets is of no use here.
     const bool placed = dynamic_cast<const json::parse_error*>(&error) != nullptr;
     const std::string what = error.what();
-    throw Failure(kWrongArguments,
+    throw Failure(WRONG_ARGUMENTS,
                   quoted + (placed ? "" : " line " + std::to_string(line)) + ": " + what.substr(what.find("] ") + 2));
   }
 
   if (!description.is_object() || description.size() != 1 || !description.contains("sensors") ||
       !description["sensors"].is_array()) {
-    throw Failure(kWrongArguments, quoted + ": the description is no object with the one member \"sensors\", an array");
+    throw Failure(WRONG_ARGUMENTS, quoted + ": the description is no object with the one member \"sensors\", an array");
   }
   Sensors sensors;
   for (const json& element : description["sensors"]) {
@@ -157,40 +156,40 @@ std::string DescribeSensors(const Sensors& sensors) {
   const Sensor standard;
   std::string text = "{\n  \"sensors\": [";
   for (const Sensor& sensor : sensors) {
-    nlohmann::ordered_json object{{"number", sensor.number}, {"hostId", sensor.host_id}, {"name", sensor.name}};
+    nlohmann::ordered_json object{{"number", sensor.number}, {"hostId", sensor.hostId}, {"name", sensor.name}};
     const auto add = [&object](const char* name, const auto& value, const auto& otherwise) {
       if (value != otherwise) object[name] = value;
     };
     add("unit", sensor.unit, std::string());
     add("M", sensor.m, standard.m);
     add("B", sensor.b, standard.b);
-    add("bExp", sensor.b_exp, standard.b_exp);
-    add("rExp", sensor.r_exp, standard.r_exp);
-    add("signed", sensor.is_signed, standard.is_signed);
-    add("onesComplement", sensor.ones_complement, standard.ones_complement);
+    add("bExp", sensor.bExp, standard.bExp);
+    add("rExp", sensor.rExp, standard.rExp);
+    add("signed", sensor.isSigned, standard.isSigned);
+    add("onesComplement", sensor.onesComplement, standard.onesComplement);
     if (sensor.linearisation != standard.linearisation) {
-      object["linearisation"] = kLinearisations.at(static_cast<size_t>(sensor.linearisation));
+      object["linearisation"] = LINEARISATIONS.at(static_cast<size_t>(sensor.linearisation));
     }
     text += (&sensor == &sensors.front() ? "\n    " : ",\n    ") + object.dump();
   }
   return text + "\n  ]\n}\n";
 }
 
-const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id) {
+const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId) {
   const auto found =
-      std::find_if(sensors.begin(), sensors.end(), [&](const Sensor& sensor) { return sensor.host_id == host_id; });
+      std::find_if(sensors.begin(), sensors.end(), [hostId](const Sensor& sensor) { return sensor.hostId == hostId; });
   return found == sensors.end() ? nullptr : &*found;
 }
 
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw) {
-  int reading = sensor.is_signed ? static_cast<int8_t>(raw) : raw;
-  if (reading < 0 && sensor.ones_complement) ++reading;
-  const double offset = sensor.b * std::pow(10.0, sensor.b_exp);
-  const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.r_exp);
+  int reading = sensor.isSigned ? static_cast<int8_t>(raw) : raw;
+  if (reading < 0 && sensor.onesComplement) ++reading;
+  const double offset = sensor.b * std::pow(10.0, sensor.bExp);
+  const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.rExp);
   const double value = Linearise(sensor.linearisation, linear);
   if (!std::isfinite(value)) return 0;
-  constexpr double kHighest = 9e18;
-  return std::llround(std::clamp(value, -kHighest, kHighest));
+  constexpr double HIGHEST = 9e18;
+  return std::llround(std::clamp(value, -HIGHEST, HIGHEST));
 }
 
 }  // namespace standin

@@ -25,16 +25,16 @@ namespace standin {
 
 struct Sensor {
   uint8_t number = 0;
-  uint32_t host_id = 0;
+  uint32_t hostId = 0;
   std::string name;
   std::string unit;
   int m = 1;
   int b = 0;
-  int b_exp = 0;
-  int r_exp = 0;
-  bool is_signed = false;
-  bool ones_complement = false;
-  Linearisation linearisation = Linearisation::kLinear;
+  int bExp = 0;
+  int rExp = 0;
+  bool isSigned = false;
+  bool onesComplement = false;
+  Linearisation linearisation = Linearisation::LINEAR;
 
   bool operator==(const Sensor&) const = default;
 };
@@ -49,7 +49,7 @@ Sensors ReadSensors(const std::string& path);
 std::string DescribeSensors(const Sensors& sensors);
 
 /// The first sensor with this host ID, or null.
-const Sensor* FindSensor(const Sensors& sensors, uint32_t host_id);
+const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId);
 
 /// The sensor's value at the raw reading, rounded to the nearest integer; 0 where the sensor's function has no value.
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw);

@@ -18,10 +18,10 @@
 namespace standin {
 namespace {
 
-constexpr size_t kGap = 2;
-constexpr size_t kNarrowest = 8;
-constexpr size_t kDefaultWidth = 80;
-constexpr wchar_t kCutMark = L'>';
+constexpr size_t GAP = 2;
+constexpr size_t NARROWEST = 8;
+constexpr size_t DEFAULT_WIDTH = 80;
+constexpr wchar_t CUT_MARK = L'>';
 
 /// The text in the locale's encoding; a character that it lacks becomes a question mark.
 std::string Narrow(std::wstring_view text) {
@@ -56,7 +56,7 @@ std::wstring Cut(const std::wstring& text, size_t width) {
     if (used + 1 > width) break;
     cut += character;
   }
-  return cut + kCutMark;
+  return cut + CUT_MARK;
 }
 
 std::wstring Printable(std::wstring text) {
@@ -83,10 +83,10 @@ std::string RenderTable(const Table& table, size_t width) {
     }
   }
   // Where a line does not fit, the widest columns give way.
-  size_t total = std::accumulate(widths.begin(), widths.end(), kGap * (widths.size() - 1));
+  size_t total = std::accumulate(widths.begin(), widths.end(), GAP * (widths.size() - 1));
   for (; width != 0 && total > width; --total) {
     const auto widest = std::max_element(widths.begin(), widths.end());
-    if (*widest <= kNarrowest) break;
+    if (*widest <= NARROWEST) break;
     --*widest;
   }
 
@@ -96,7 +96,7 @@ std::string RenderTable(const Table& table, size_t width) {
     for (size_t i = 0; i < line.size(); ++i) {
       const std::wstring cell = Cut(line[i], widths[i]);
       const std::wstring padding(widths[i] - Width(cell), L' ');
-      if (i != 0) shown.append(kGap, L' ');
+      if (i != 0) shown.append(GAP, L' ');
       shown.append(table.columns[i].numeric ? padding : cell).append(table.columns[i].numeric ? cell : padding);
     }
     shown.erase(shown.find_last_not_of(L' ') + 1);
@@ -107,7 +107,7 @@ std::string RenderTable(const Table& table, size_t width) {
 
 std::string RenderCsv(const Table& table) {
   std::string text;
-  const auto add_cell = [&](const std::string& cell, bool first) {
+  const auto addCell = [&](const std::string& cell, bool first) {
     if (!first) text += ',';
     if (cell.find_first_of(",\"\r\n") == std::string::npos) {
       text += cell;
@@ -117,10 +117,10 @@ std::string RenderCsv(const Table& table) {
     for (const char character : cell) text.append(character == '"' ? 2 : 1, character);
     text += '"';
   };
-  for (const Column& column : table.columns) add_cell(column.name, &column == &table.columns.front());
+  for (const Column& column : table.columns) addCell(column.name, &column == &table.columns.front());
   text += "\r\n";
   for (const auto& row : table.rows) {
-    for (const auto& cell : row) add_cell(Narrow(cell), &cell == &row.front());
+    for (const auto& cell : row) addCell(Narrow(cell), &cell == &row.front());
     text += "\r\n";
   }
   return text;
@@ -150,7 +150,7 @@ size_t TerminalWidth() {
   if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
   const char* columns = std::getenv("COLUMNS");
   const int width = columns == nullptr ? 0 : std::atoi(columns);
-  return width > 0 ? static_cast<size_t>(width) : kDefaultWidth;
+  return width > 0 ? static_cast<size_t>(width) : DEFAULT_WIDTH;
 }
 
 void Print(std::string_view text) {
@@ -161,7 +161,7 @@ void Print(std::string_view text) {
     } else if (errno == EPIPE) {
       return;
     } else if (errno != EINTR) {
-      throw Failure(kRequestFailed, std::string("cannot write to standard output: ") + std::strerror(errno));
+      throw Failure(REQUEST_FAILED, std::string("cannot write to standard output: ") + std::strerror(errno));
     }
   }
 }

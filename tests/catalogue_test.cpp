@@ -95,17 +95,17 @@ TEST_F(CatalogueTest, EveryIdentifier) {
     text << "0x" << std::hex << number;
     return text.str();
   };
-  for (const bool type_form : {false, true}) {
+  for (const bool typeForm : {false, true}) {
     for (const uint32_t id :
          {0U, 4U, 5U, 6U, 0xBU, 0xCU, 0xDU, 0xF7U, 0xF8U, 0xF9U, 0xFAU, 0xFBU, 0xFCU, 0xFDU, 0x100F9U, 0xF90000U}) {
       for (const uint32_t index : {0U, 1U, 5U, 6U, 0x10001U}) {
-        if (!type_form && (id | index) > 0xFFFF) continue;
-        SCOPED_TRACE(testing::Message() << (type_form ? "type " : "group ") << id << " index " << index);
-        const tagIDV identifier = type_form ? Type(id, index) : Group(id, index);
+        if (!typeForm && (id | index) > 0xFFFF) continue;
+        SCOPED_TRACE(testing::Message() << (typeForm ? "type " : "group ") << id << " index " << index);
+        const tagIDV identifier = typeForm ? Type(id, index) : Group(id, index);
         const bool log = id >= LOG_APPLICATION && id <= LOG_SEL;
-        const bool all = type_form && id == CONFIG_TYPE_LOG, parent = !type_form && id == CONFIG_GROUP_LOGS;
+        const bool all = typeForm && id == CONFIG_TYPE_LOG, parent = !typeForm && id == CONFIG_GROUP_LOGS;
         const std::string unknown =
-            Err("ParseIDV", std::string("Invalid config ") + (type_form ? "type" : "group") + " ID: " + hex(id));
+            Err("ParseIDV", std::string("Invalid config ") + (typeForm ? "type" : "group") + " ID: " + hex(id));
         Reply reply = Send(module, {SP_PROPERTY, identifier, 77});
         if (log || (all && index <= 5)) {
           EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, all && index == 0 ? 5U : 1U, 0, 0}));

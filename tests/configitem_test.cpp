@@ -11,7 +11,7 @@ namespace {
 
 using Head = std::array<uint32_t, 4>;
 
-constexpr char kMessages[] = "/var/log/messages";
+constexpr char MESSAGES[] = "/var/log/messages";
 
 class ConfigItemTest : public ModuleTest {
  protected:
@@ -20,7 +20,7 @@ class ConfigItemTest : public ModuleTest {
   Lines FirstValues(const std::string& line, uint32_t others = 1) {
     std::string log = line + "\n";
     for (uint32_t i = 0; i < others; ++i) log += "zz" + std::to_string(i) + "\n";
-    machine::WriteFile(kMessages, log);
+    machine::WriteFile(MESSAGES, log);
     machine::Remove("/tmp/._kestrune_cache");
     const Reply reply = Fetch(Start(), Group(LOG_MESSAGES), 1 + others);
     EXPECT_EQ(reply.Head(), (Head{1, 1 + others, 0, 0}));
@@ -30,7 +30,7 @@ class ConfigItemTest : public ModuleTest {
 };
 
 TEST_F(ConfigItemTest, PlainReplyAndItsCapacity) {
-  const Lines paths = {"/var/log/cron", "/var/log/secure", kMessages, "/var/log/agent.log"};
+  const Lines paths = {"/var/log/cron", "/var/log/secure", MESSAGES, "/var/log/agent.log"};
   for (const std::string& path : paths) machine::WriteFile(path, MakeLog(12, path));
   const HostModule& module = Start();
   for (uint32_t i = 0; i < 4; ++i) {
@@ -51,7 +51,7 @@ TEST_F(ConfigItemTest, PlainReplyAndItsCapacity) {
 }
 
 TEST_F(ConfigItemTest, LogsThatAreMissingOrEmptyOrNoFiles) {
-  machine::PlantLink(kMessages, "/dev/null");
+  machine::PlantLink(MESSAGES, "/dev/null");
   machine::PlantLink("/var/log/agent.log", "/dev/zero");
   machine::PlantFIFO("/var/log/cron");
   machine::WriteFile("/var/log/spooler", "");
@@ -89,17 +89,17 @@ TEST_F(ConfigItemTest, RangesAtEveryEdge) {
   const std::string log =
       "Mar  2 10:00:00 h a: third\nJan 12 10:00:00 h a: first\nFeb  5 10:00:00 h a: second\nJan  9 10:00:00 h a: "
       "zero\n";
-  machine::WriteFile(kMessages, log);
+  machine::WriteFile(MESSAGES, log);
   machine::WriteFile("/var/log/spooler", log);
   const HostModule& module = Start();
-  constexpr uint32_t kTotal = 4;
+  constexpr uint32_t TOTAL = 4;
   for (const uint32_t id : {LOG_MESSAGES, LOG_APPLICATION}) {
-    for (const uint32_t begin : {0U, 1U, 3U, kTotal, kTotal + 1}) {
-      for (const uint32_t end : {0U, 2U, kTotal, 0xFFFFFFFFU}) {
+    for (const uint32_t begin : {0U, 1U, 3U, TOTAL, TOTAL + 1}) {
+      for (const uint32_t end : {0U, 2U, TOTAL, 0xFFFFFFFFU}) {
         SCOPED_TRACE(testing::Message() << id << ": " << begin << " to " << end);
-        const bool outside = begin > kTotal;
+        const bool outside = begin > TOTAL;
         const uint32_t first = outside ? begin : std::max(begin, 1U);
-        const uint32_t last = outside || (end != 0 && end <= kTotal) ? end : kTotal;
+        const uint32_t last = outside || (end != 0 && end <= TOTAL) ? end : TOTAL;
         const bool backwards = !outside && first > last;
         const uint32_t count = outside || backwards ? 0 : last - first + 1;
         const std::string complaint = Err("CompareRange", "begin line larger than end line!");
@@ -107,13 +107,13 @@ TEST_F(ConfigItemTest, RangesAtEveryEdge) {
         EXPECT_EQ(reply.Head(), (Head{1, count, first, last}));
         EXPECT_EQ(reply.messages.back() == complaint, backwards);
 
-        reply = FetchRange(module, Group(id), begin, end, kTotal);
+        reply = FetchRange(module, Group(id), begin, end, TOTAL);
         EXPECT_EQ(reply.Head(),
-                  count == 0 ? (Head{1, 0, begin, end}) : (Head{1, count, kTotal - last + 1, kTotal - first + 1}));
+                  count == 0 ? (Head{1, 0, begin, end}) : (Head{1, count, TOTAL - last + 1, TOTAL - first + 1}));
         EXPECT_EQ(reply.rows, count == 0 ? Rows() : ModelRows(log, id, first, last));
         EXPECT_EQ(reply.messages.back() == complaint, backwards);
         EXPECT_EQ(reply.messages.size(), 1U + (backwards ? 1 : 0) + (id == LOG_APPLICATION ? 1 : 0));
-        if (count == kTotal) {
+        if (count == TOTAL) {
           reply = FetchRange(module, Group(id), begin, end, count - 1);
           EXPECT_EQ(reply.Head(), (Head{0, count - 1, begin, end}));
           EXPECT_EQ(reply.messages.back(), Err("GetLogConfigItemEx", "Not enough buffer!"));
@@ -179,7 +179,7 @@ TEST_F(ConfigItemTest, LinesOfEveryLength) {
 
 TEST_F(ConfigItemTest, ALogWhoseLastLineDoesNotEnd) {
   const std::string log = MakeLog(2) + "Jul  1 10:00:00 host su: unfinished";
-  machine::WriteFile(kMessages, log);
+  machine::WriteFile(MESSAGES, log);
   const HostModule& module = Start();
   EXPECT_EQ(Query(module, Group(LOG_MESSAGES)).count, 2U) << "newlines are counted";
   EXPECT_EQ(Fetch(module, Group(LOG_MESSAGES), 2).result, 0) << "sorting ends the line";
@@ -190,8 +190,8 @@ TEST_F(ConfigItemTest, ALogWhoseLastLineDoesNotEnd) {
 TEST_F(ConfigItemTest, TextFollowsTheLocale) {
   ASSERT_NE(std::setlocale(LC_ALL, "C.UTF-8"), nullptr);
   const Lines good = {"Jan 15", "10:00:01", "d\xC3\xA6mon", "h\xC3\xB6st", "\xE2\x82\xAC 5 \xF0\x9F\x98\x80"};
-  machine::WriteFile(kMessages, good[0] + " " + good[1] + " " + good[3] + " " + good[2] + ": " + good[4] +
-                                    "\nJan 15 10:00:01 host su: ab\xFF\n");
+  machine::WriteFile(MESSAGES, good[0] + " " + good[1] + " " + good[3] + " " + good[2] + ": " + good[4] +
+                                   "\nJan 15 10:00:01 host su: ab\xFF\n");
   const Reply reply = Fetch(Start(), Group(LOG_MESSAGES), 2);
   std::setlocale(LC_ALL, "C");
   EXPECT_EQ(reply.rows.at(0).values, good);

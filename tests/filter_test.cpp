@@ -14,10 +14,10 @@ namespace {
 
 using Names = std::set<std::string>;
 
-const std::string kMessages = "/var/log/messages", kSecure = "/var/log/secure", kCron = "/var/log/cron";
-const std::string kCache = "/tmp/._kestrune_cache", kMerged = "/var/log/._app_log_.tmp";
-const std::string kEmptyFile = Dbg("LogFilter", "empty file!");
-const std::string kFormatError = Err("LogFilter", "File format error, can not sort, please check log format.!");
+const std::string MESSAGES = "/var/log/messages", SECURE = "/var/log/secure", CRON = "/var/log/cron";
+const std::string CACHE = "/tmp/._kestrune_cache", MERGED = "/var/log/._app_log_.tmp";
+const std::string EMPTY_FILE = Dbg("LogFilter", "empty file!");
+const std::string FORMAT_ERROR = Err("LogFilter", "File format error, can not sort, please check log format.!");
 
 /// Makes the next work file's name known.
 std::string SeedWorkFile() {
@@ -33,33 +33,33 @@ class FilterTest : public ModuleTest {
 };
 
 TEST_F(FilterTest, CommandsOfEachRequest) {
-  machine::WriteFile(kMessages, MakeLog(5));
+  machine::WriteFile(MESSAGES, MakeLog(5));
   machine::WriteFile("/var/log/maillog", MakeLog(3));
-  machine::WriteFile(kCron, MakeLog(2));
+  machine::WriteFile(CRON, MakeLog(2));
   machine::Commands commands;
   const HostModule& module = Start();
   const std::string work = SeedWorkFile();
   const auto count = [](const std::string& path) { return Lines{"wc -l " + path, "awk {print $1}"}; };
-  const auto copy = [](const std::string& path) { return Lines{"cp -f " + path + " " + kCache}; };
-  const Lines take = {"cp -f " + kCache + " " + work}, pad = {"sed s/^\\(....\\) /\\10/ " + work};
+  const auto copy = [](const std::string& path) { return Lines{"cp -f " + path + " " + CACHE}; };
+  const Lines take = {"cp -f " + CACHE + " " + work}, pad = {"sed s/^\\(....\\) /\\10/ " + work};
   const Lines range = {"sed -n 4,5p " + work, "sed s/^\\(....\\) /\\10/"};
   const Lines list = {"sort -M -r " + work + "1", "rm -f " + work + "1"};
   const Lines sort = {"sort -M " + work, "mv -f " + work + "1 " + work};
-  const Lines merge = {"cat /dev/null", "cat /var/log/maillog", "cat " + kCron};
+  const Lines merge = {"cat /dev/null", "cat /var/log/maillog", "cat " + CRON};
   const tagIDV messages = Group(LOG_MESSAGES), merged = Group(LOG_APPLICATION);
   const struct {
     ItemRequest request;
     std::vector<Lines> commands;
     int drawn = 1;  // random numbers
   } cases[] = {
-      {{SP_CONFIGITEM, messages}, {count(kMessages), copy(kMessages), take, count(work)}},
+      {{SP_CONFIGITEM, messages}, {count(MESSAGES), copy(MESSAGES), take, count(work)}},
       {{SP_PROPERTY, messages, 1, true}, {take, count(work)}},
       {{SP_CONFIGITEM, messages, 5, true}, {take, count(work), pad, list, count(work)}},
       {{SP_CONFIGITEMEX, messages, 0, false, 1, 2}, {take, count(work)}},
       {{SP_CONFIGITEMEX, messages, 2, true, 1, 2}, {take, count(work), range, list, count(work)}},
       {{SP_CONFIGITEMEX, messages, 2, true, 6, 7}, {take, count(work)}},
       {{SP_CONFIGITEMEX, messages, 2, true, 3, 2}, {take, count(work)}},
-      {{SP_CONFIGITEM, merged}, {merge, count(kMerged), copy(kMerged), take, count(work)}},
+      {{SP_CONFIGITEM, merged}, {merge, count(MERGED), copy(MERGED), take, count(work)}},
       {{SP_CONFIGITEM, merged, 5, true}, {take, sort, count(work), pad, list, count(work)}},
       {{SP_CONFIGITEMEX, merged, 2, true, 1, 2}, {take, sort, count(work), range, list, count(work)}},
       {{SP_CONFIGITEM, Group(LOG_SECURE), 5, true}, {}},
@@ -81,8 +81,8 @@ TEST_F(FilterTest, CommandsOfEachRequest) {
 
 TEST_F(FilterTest, ThirtyThousandLines) {
   const std::string log = MakeLog(30000);
-  machine::WriteFile(kMessages, log);
-  machine::WriteFile(kSecure, "Jan  1 00:00:00 host su: this one is too much\n" + log);
+  machine::WriteFile(MESSAGES, log);
+  machine::WriteFile(SECURE, "Jan  1 00:00:00 host su: this one is too much\n" + log);
   const HostModule& module = Start();
   for (const uint32_t id : {LOG_MESSAGES, LOG_SECURE}) {
     const Reply first = Query(module, Group(id));
@@ -94,42 +94,42 @@ TEST_F(FilterTest, ThirtyThousandLines) {
     EXPECT_TRUE(reply.rows == ModelRows(log, id));
     EXPECT_EQ(FetchRange(module, Group(id), 29999, 0, 2).rows, ModelRows(log, id, 29999, 30000));
   }
-  machine::Remove(kCache);
+  machine::Remove(CACHE);
   {
     machine::Commands commands;
     commands.Before("tail", "$real \"$@\" | awk '{ printf \"%s%s\", NR > 1 ? \"\\n\" : \"\", $0 }'; exit");
     EXPECT_EQ(Count(LOG_SECURE), 0U) << "cut short by one byte";
   }
-  machine::AppendFile(kSecure, "Jun 30 10:00:00 host su: unfinished");
+  machine::AppendFile(SECURE, "Jun 30 10:00:00 host su: unfinished");
   EXPECT_EQ(Count(LOG_SECURE), 29999U) << "the last line does not end";
 }
 
 TEST_F(FilterTest, TheCacheHoldsOneLogUntilAnotherIsAskedForOrItIsGone) {
-  machine::WriteFile(kMessages, MakeLog(3));
-  machine::WriteFile(kSecure, MakeLog(1));
+  machine::WriteFile(MESSAGES, MakeLog(3));
+  machine::WriteFile(SECURE, MakeLog(1));
   machine::WriteFile("/tmp/victim", MakeLog(9));
   Start();
-  const auto count_after_growth = [this] {
-    machine::AppendFile(kMessages, "Jun 30 10:00:00 host su: one more\n");
+  const auto countAfterGrowth = [this] {
+    machine::AppendFile(MESSAGES, "Jun 30 10:00:00 host su: one more\n");
     return Count(LOG_MESSAGES);
   };
   EXPECT_EQ(Count(LOG_MESSAGES), 3U);
-  EXPECT_EQ(count_after_growth(), 3U) << "the same log: the copy serves";
+  EXPECT_EQ(countAfterGrowth(), 3U) << "the same log: the copy serves";
   EXPECT_EQ(Count(LOG_AGENT), 0U);
   EXPECT_EQ(Count(LOG_MESSAGES), 3U) << "a missing log does not take its place";
   EXPECT_EQ(Count(LOG_SECURE), 1U);
   EXPECT_EQ(Count(LOG_MESSAGES), 4U) << "another log came in between";
-  machine::Remove(kCache);
-  EXPECT_EQ(count_after_growth(), 5U) << "the copy was gone";
-  machine::PlantLink(kCache, "/tmp/victim");
-  EXPECT_EQ(count_after_growth(), 6U) << "a link is not the copy";
+  machine::Remove(CACHE);
+  EXPECT_EQ(countAfterGrowth(), 5U) << "the copy was gone";
+  machine::PlantLink(CACHE, "/tmp/victim");
+  EXPECT_EQ(countAfterGrowth(), 6U) << "a link is not the copy";
   machine::WriteFile("/tmp/other", MakeLog(2));
-  std::rename("/tmp/other", kCache.c_str());
-  EXPECT_EQ(count_after_growth(), 7U) << "another file is not the copy";
+  std::rename("/tmp/other", CACHE.c_str());
+  EXPECT_EQ(countAfterGrowth(), 7U) << "another file is not the copy";
   EXPECT_EQ(Load().SPUninitialize(), 1);
   EXPECT_EQ(NewInTmp(), Names{"victim"});
   Start();
-  EXPECT_EQ(count_after_growth(), 8U) << "a stop takes the copy away";
+  EXPECT_EQ(countAfterGrowth(), 8U) << "a stop takes the copy away";
   EXPECT_EQ(machine::ReadFile("/tmp/victim"), MakeLog(9));
   machine::Remove("/tmp/victim");
 }
@@ -146,38 +146,38 @@ TEST_F(FilterTest, MergingFollowsTheNewestTime) {
   };
   write(mail, "mail\n", 500);
   write(spooler, "spooler\n", 400);
-  write(kCron, "cron\n", 300);
-  machine::WriteFile(kSecure, "");
+  write(CRON, "cron\n", 300);
+  machine::WriteFile(SECURE, "");
   Start();
   EXPECT_TRUE(merges());
-  EXPECT_EQ(machine::ReadFile(kMerged), "mail\nspooler\ncron\n");
+  EXPECT_EQ(machine::ReadFile(MERGED), "mail\nspooler\ncron\n");
   EXPECT_FALSE(merges());
-  write(kCron, "more\ncron\n", 500);
+  write(CRON, "more\ncron\n", 500);
   EXPECT_FALSE(merges()) << "no newer than the newest";
-  write(kCron, "more\ncron\n", 501);
+  write(CRON, "more\ncron\n", 501);
   EXPECT_TRUE(merges()) << "newer";
-  EXPECT_EQ(machine::ReadFile(kMerged), "mail\nspooler\nmore\ncron\n");
+  EXPECT_EQ(machine::ReadFile(MERGED), "mail\nspooler\nmore\ncron\n");
   EXPECT_EQ(Count(LOG_APPLICATION), 3U) << "the cache still holds the log as it was";
   Count(LOG_SECURE);
   EXPECT_EQ(Count(LOG_APPLICATION), 4U);
   machine::Remove(mail);
   EXPECT_FALSE(merges()) << "a log that is gone is no change";
-  machine::Remove(kMerged);
+  machine::Remove(MERGED);
   EXPECT_TRUE(merges()) << "the merged log is gone";
-  EXPECT_EQ(machine::ReadFile(kMerged), "spooler\nmore\ncron\n");
-  write(kCron, "cron\n", 450);
-  machine::Remove(kMerged);
+  EXPECT_EQ(machine::ReadFile(MERGED), "spooler\nmore\ncron\n");
+  write(CRON, "cron\n", 450);
+  machine::Remove(MERGED);
   EXPECT_TRUE(merges());
   write(spooler, "spooler\n", 451);
   EXPECT_TRUE(merges()) << "times counted from the start when it was gone";
   machine::WriteFile("/var/log/victim", "victim");
-  machine::PlantLink(kMerged, "/var/log/victim");
+  machine::PlantLink(MERGED, "/var/log/victim");
   EXPECT_TRUE(merges()) << "a link is not the merged log";
-  EXPECT_EQ(machine::ReadFile(kMerged), "spooler\ncron\n");
+  EXPECT_EQ(machine::ReadFile(MERGED), "spooler\ncron\n");
   EXPECT_EQ(machine::ReadFile("/var/log/victim"), "victim");
-  for (const std::string& path : {spooler, kCron, kMerged}) machine::Remove(path);
+  for (const std::string& path : {spooler, CRON, MERGED}) machine::Remove(path);
   EXPECT_TRUE(merges()) << "no log is left";
-  EXPECT_EQ(machine::ReadFile(kMerged), "");
+  EXPECT_EQ(machine::ReadFile(MERGED), "");
   EXPECT_FALSE(merges());
   EXPECT_EQ(Load().SPUninitialize(), 1);
   EXPECT_EQ(machine::Listing("/var/log"), (Names{"secure", "victim"}));
@@ -185,21 +185,21 @@ TEST_F(FilterTest, MergingFollowsTheNewestTime) {
 
 TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   const std::string log = MakeLog(3);
-  const std::string cut_in_a_line =
+  const std::string cutInALine =
       "$real \"$@\" | awk 'NR > 1 { print last } { last = $0 } END { printf \"%s\", substr(last, 1, 30) }'; exit";
   const std::string cut = "$real \"$@\" | awk '{print; exit}'; exit";
   const auto swap = [](const std::string& file) {
     return "[ $2 = " + file + " ] || exec $real \"$@\"; printf 'a\\nb\\nc\\n' >/tmp/strange; /bin/mv -f /tmp/strange " +
            file;
   };
-  const auto no_room = [](const std::string& where, const std::string& file) {
+  const auto noRoom = [](const std::string& where, const std::string& file) {
     return Err(where, "Can't write all of file " + file + "!");
   };
   const auto replaced = [](const std::string& file) {
     return Err("LogFilter", "File " + file + " was replaced by somebody else!");
   };
-  const std::string swap_cache = swap(kCache), swap_merged = swap(kMerged);
-  machine::WriteFile(kCron, log);
+  const std::string swapCache = swap(CACHE), swapMerged = swap(MERGED);
+  machine::WriteFile(CRON, log);
   const struct {
     const char* command;
     const char* script;  // null: the command is missing
@@ -208,28 +208,28 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
     uint32_t count;
     std::string message;
   } cases[] = {
-      {"sort", nullptr, LOG_MESSAGES, 1, 0, kFormatError},
-      {"sort", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile},
-      {"sed", nullptr, LOG_MESSAGES, 1, 0, kFormatError},
-      {"wc", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
-      {"awk", nullptr, LOG_MESSAGES, 1, 0, kEmptyFile},
-      {"cp", nullptr, LOG_MESSAGES, 1, 0, no_room("LogFilter", kCache)},
-      {"cat", nullptr, LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + kMerged + " doesn't exist!")},
-      {"mv", nullptr, LOG_APPLICATION, 1, 0, kEmptyFile},
+      {"sort", nullptr, LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"sort", nullptr, LOG_APPLICATION, 1, 0, EMPTY_FILE},
+      {"sed", nullptr, LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"wc", nullptr, LOG_MESSAGES, 1, 0, EMPTY_FILE},
+      {"awk", nullptr, LOG_MESSAGES, 1, 0, EMPTY_FILE},
+      {"cp", nullptr, LOG_MESSAGES, 1, 0, noRoom("LogFilter", CACHE)},
+      {"cat", nullptr, LOG_APPLICATION, 1, 0, Err("LogFilter", "File " + MERGED + " doesn't exist!")},
+      {"mv", nullptr, LOG_APPLICATION, 1, 0, EMPTY_FILE},
       {"rm", nullptr, LOG_MESSAGES, 1, 3, ""},
-      {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
-      {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, kEmptyFile},
+      {"wc", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, EMPTY_FILE},
+      {"cp", "rm -f /var/log/messages", LOG_MESSAGES, 1, 0, EMPTY_FILE},
       {"sort", "rm -f /var/log/messages /tmp/._kestrune_cache", LOG_MESSAGES, 1, 3, ""},
-      {"cp", "case $3 in /tmp/__*) awk '{print; exit}' $2 >$3; exit;; esac", LOG_MESSAGES, 1, 0, kEmptyFile},
-      {"sort", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
-      {"sort", cut.c_str(), LOG_APPLICATION, 1, 0, kEmptyFile},
-      {"sed", cut.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
-      {"sed", cut_in_a_line.c_str(), LOG_MESSAGES, 1, 0, kFormatError},
-      {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, no_room("LogMerger", kMerged)},
-      {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, kFormatError},
-      {"cp", swap_cache.c_str(), LOG_MESSAGES, 1, 0, replaced(kCache)},
-      {"cp", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
-      {"wc", swap_merged.c_str(), LOG_APPLICATION, 1, 0, replaced(kMerged)},
+      {"cp", "case $3 in /tmp/__*) awk '{print; exit}' $2 >$3; exit;; esac", LOG_MESSAGES, 1, 0, EMPTY_FILE},
+      {"sort", cut.c_str(), LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"sort", cut.c_str(), LOG_APPLICATION, 1, 0, EMPTY_FILE},
+      {"sed", cut.c_str(), LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"sed", cutInALine.c_str(), LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"cat", cut.c_str(), LOG_APPLICATION, 1, 0, noRoom("LogMerger", MERGED)},
+      {"sed", "rm -f /tmp/__log__tmp.*", LOG_MESSAGES, 1, 0, FORMAT_ERROR},
+      {"cp", swapCache.c_str(), LOG_MESSAGES, 1, 0, replaced(CACHE)},
+      {"cp", swapMerged.c_str(), LOG_APPLICATION, 1, 0, replaced(MERGED)},
+      {"wc", swapMerged.c_str(), LOG_APPLICATION, 1, 0, replaced(MERGED)},
       // The result vanishes once it was counted, which is done after the second file was removed.
       {"wc", "if grep -q ^rm /usr/zarp/commands; then $real \"$@\"; rm -f \"$2\"; exit; fi", LOG_MESSAGES, 0, 3,
        Err("FillConfigItem", "Can't open tmp log file!")},
@@ -237,8 +237,8 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
   for (const auto& c : cases) {
     for (const bool ranged : {false, true}) {
       SCOPED_TRACE(testing::Message() << c.command << " for " << c.id << ", ranged " << ranged);
-      machine::WriteFile(kMessages, log);
-      machine::WriteFile(kSecure, "");
+      machine::WriteFile(MESSAGES, log);
+      machine::WriteFile(SECURE, "");
       Start();
       {
         machine::Commands commands;
@@ -252,7 +252,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
         }
         commands.TakeCalls();
       }
-      machine::WriteFile(kMessages, log);
+      machine::WriteFile(MESSAGES, log);
       EXPECT_EQ(Fetch(Load(), Group(c.id), 3).rows, ModelRows(log, c.id)) << "afterwards";
       Unload();
       EXPECT_EQ(NewInTmp(), Names());
@@ -261,7 +261,7 @@ TEST_F(FilterTest, CommandsThatAreMissingOrDisturbed) {
 }
 
 TEST_F(FilterTest, AnUnfinishedLastLineIsListedWholeOrNotAtAll) {
-  machine::WriteFile(kMessages, MakeLog(3) + "Jan  1 10:00:00 host app: this line has no newline yet");
+  machine::WriteFile(MESSAGES, MakeLog(3) + "Jan  1 10:00:00 host app: this line has no newline yet");
   Start();
   machine::Commands commands;
   EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).rows.back().values.back(), "this line has no newline yet");
@@ -270,10 +270,10 @@ TEST_F(FilterTest, AnUnfinishedLastLineIsListedWholeOrNotAtAll) {
 }
 
 TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
-  machine::WriteFile(kCron, MakeLog(4));
+  machine::WriteFile(CRON, MakeLog(4));
   const Rows expected = ModelRows(MakeLog(4), LOG_APPLICATION);
   const std::string work = SeedWorkFile();
-  for (const std::string& name : {kCache, kMerged, work, work + "1"}) {
+  for (const std::string& name : {CACHE, MERGED, work, work + "1"}) {
     const std::string folder = name.substr(0, name.rfind('/')), victim = folder + "/victim",
                       target = folder + "/target";
     for (const std::string kind : {"link", "dangling link", "hard link", "FIFO", "stranger's file", "folder"}) {
@@ -304,13 +304,13 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
 }
 
 TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
-  machine::WriteFile(kMessages, MakeLog(2));
-  machine::WriteFile(kCron, MakeLog(2));
+  machine::WriteFile(MESSAGES, MakeLog(2));
+  machine::WriteFile(CRON, MakeLog(2));
   const struct {
     const char* folder;
     uint32_t id;
     std::string file;
-  } cases[] = {{"/tmp", LOG_MESSAGES, kCache}, {"/var/log", LOG_APPLICATION, kMerged}};
+  } cases[] = {{"/tmp", LOG_MESSAGES, CACHE}, {"/var/log", LOG_APPLICATION, MERGED}};
   for (const auto& c : cases) {
     Start();
     struct stat before {};
@@ -329,14 +329,14 @@ TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
 }
 
 TEST_F(FilterTest, FilesArePrivateWhateverTheMask) {
-  machine::WriteFile(kCron, MakeLog(4));
+  machine::WriteFile(CRON, MakeLog(4));
   machine::PlantFolder("/usr/zarp/seen");
   machine::Commands commands;
-  commands.Before("sort", "cp -p " + kCache + " " + kMerged + " /tmp/__log__tmp.* /usr/zarp/seen/");
+  commands.Before("sort", "cp -p " + CACHE + " " + MERGED + " /tmp/__log__tmp.* /usr/zarp/seen/");
   Start();
   for (const mode_t mask : {0U, 0777U}) {
-    machine::Remove(kMerged);
-    machine::Remove(kCache);
+    machine::Remove(MERGED);
+    machine::Remove(CACHE);
     const mode_t before = umask(mask);
     EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).count, 4U);
     umask(before);

@@ -53,7 +53,7 @@ class GuestTest : public ModuleTest {
 };
 
 std::string ProcessState() {
-  constexpr int kRestorer = 0x04000000;  // SA_RESTORER, which system() leaves on signals that it has put back
+  constexpr int RESTORER = 0x04000000;  // SA_RESTORER, which system() leaves on signals that it has put back
   const mode_t mask = umask(0);
   umask(mask);
   char folder[4096] = "";
@@ -66,7 +66,7 @@ std::string ProcessState() {
     struct sigaction action {};
     sigaction(number, nullptr, &action);
     state += std::to_string(reinterpret_cast<uintptr_t>(action.sa_handler)) + " " +
-             std::to_string(action.sa_flags & ~kRestorer) + " " + std::to_string(sigismember(&blocked, number)) + "\n";
+             std::to_string(action.sa_flags & ~RESTORER) + " " + std::to_string(sigismember(&blocked, number)) + "\n";
   }
   std::error_code none;  // a machine without /proc does not tell the threads
   for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task", none)) state += thread.path();
@@ -125,7 +125,7 @@ TEST_F(GuestTest, AThreadThatIsCancelledEndsBehindItsRequest) {
 TEST_F(GuestTest, ThreadsTakeTurns) {
   const HostModule& module = Start();
   std::atomic<int> inside{0}, meetings{0};
-  Host().on_message = Host().on_call = [&](const std::string&) {
+  Host().onMessage = Host().onCall = [&](const std::string&) {
     if (inside++ != 0) ++meetings;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
     --inside;
@@ -158,7 +158,7 @@ TEST_F(GuestTest, ThreadsTakeTurns) {
   };
   together({restart, restart});
   EXPECT_EQ(meetings.exchange(0), 0) << "starts and stops";
-  Host().on_call = nullptr;
+  Host().onCall = nullptr;
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ std::string Summary(const Sensors& sensors, const std::vector<std::string>& note
 IPMIOptions OptionsFor(const IPMISimulator& simulator) {
   IPMIOptions options;
   options.host = "127.0.0.1";
-  options.port = simulator.port();
+  options.port = simulator.Port();
   options.user = "reader";
   options.password = "secret";
   options.timeout = 2s;
@@ -47,9 +47,9 @@ IPMIOptions OptionsFor(const IPMISimulator& simulator) {
 std::string Outcome(const std::function<std::unique_ptr<IPMITransport>()>& connect) {
   try {
     const IPMIController controller(connect());
-    return Summary(controller.GetSensors(), controller.notes());
+    return Summary(controller.GetSensors(), controller.Notes());
   } catch (const Failure& failure) {
-    return std::to_string(failure.status()) + ": " + failure.what();
+    return std::to_string(failure.Status()) + ": " + failure.what();
   }
 }
 
@@ -66,13 +66,13 @@ TEST(IPMISimulator, SensorsAndReadings) {
       {"Plain", {}, 200, 200, "degrees C"},
       {"Two's", {.form = 0x80}, 0xEC, -20, "degrees C"},
       {"One's", {.form = 0x40}, 0xEC, -19, "degrees C"},
-      {"Factors", {.unit = 4, .m = -512, .b = 511, .b_exp = 2, .r_exp = -3}, 10, 46, "V"},
-      {"Big", {.unit = 18, .m = 511, .b = -512, .b_exp = -8, .r_exp = 7}, 1, 5109999949, "RPM"},
-      {"Log", {.unit = 6, .function = 2, .m = 100, .r_exp = 1}, 100, 5, "W"},
+      {"Factors", {.unit = 4, .m = -512, .b = 511, .bExp = 2, .rExp = -3}, 10, 46, "V"},
+      {"Big", {.unit = 18, .m = 511, .b = -512, .bExp = -8, .rExp = 7}, 1, 5109999949, "RPM"},
+      {"Log", {.unit = 6, .function = 2, .m = 100, .rExp = 1}, 100, 5, "W"},
       {"Power of 2", {.unit = 6, .function = 6}, 10, 1024, "W"},
-      {"Inverse", {.unit = 6, .function = 7, .r_exp = -3}, 4, 250, "W"},
+      {"Inverse", {.unit = 6, .function = 7, .rExp = -3}, 4, 250, "W"},
       {"Square", {.unit = 6, .function = 8, .m = 2}, 100, 40000, "W"},
-      {"Square root", {.unit = 6, .function = 10, .r_exp = 2}, 225, 150, "W"},
+      {"Square root", {.unit = 6, .function = 10, .rExp = 2}, 225, 150, "W"},
       {"Cube root", {.unit = 6, .function = 11}, 216, 6, "W"},
   };
   std::string commands, expected;
@@ -86,14 +86,14 @@ TEST(IPMISimulator, SensorsAndReadings) {
   commands += AddSDR(MakeCompact(100, Latin("Lid"))) + AddSDR(MakeEventOnly(101, Latin("Watchdog")));
   const IPMISimulator simulator(commands);
   const IPMIController controller(std::make_unique<IPMIConnection>(OptionsFor(simulator)));
-  EXPECT_EQ(Summary(controller.GetSensors(), controller.notes()), expected + "100 Lid;101 Watchdog;");
+  EXPECT_EQ(Summary(controller.GetSensors(), controller.Notes()), expected + "100 Lid;101 Watchdog;");
 
   std::istringstream others(simulator.Tool("-c sdr list full"));
   for (const auto& r : readings) {
     SCOPED_TRACE(r.name);
     const auto place = static_cast<size_t>(&r - readings);
     const Sensor& sensor = controller.GetSensors().at(place);
-    EXPECT_EQ(sensor.host_id, place + 1);
+    EXPECT_EQ(sensor.hostId, place + 1);
     EXPECT_EQ(sensor.unit, r.unit);
     EXPECT_EQ(ConvertReading(sensor, static_cast<uint8_t>(r.raw)), r.value);
     std::string name, value, rest;
@@ -109,7 +109,7 @@ TEST(IPMISimulator, LogsThatChange) {
   const IPMISimulator simulator("");
   IPMIController controller(std::make_unique<IPMIConnection>(OptionsFor(simulator)));
   tagSEL_DATA entry{};
-  const auto expect_sensors = [&](const std::vector<int>& sensors) {
+  const auto expectSensors = [&](const std::vector<int>& sensors) {
     EXPECT_EQ(controller.CountEntries(), sensors.size());
     std::string ours;
     entry.wRecordID = 0;
@@ -127,29 +127,29 @@ TEST(IPMISimulator, LogsThatChange) {
     EXPECT_EQ(ours, machine::ReadFile("/tmp/ours"));
     EXPECT_EQ(simulator.Tool("sel readraw /tmp/ours"), simulator.Tool("sel list"));
   };
-  const auto expect_gone = [&](uint16_t id) {
+  const auto expectGone = [&](uint16_t id) {
     entry = {id, 77, {1}};
     EXPECT_FALSE(controller.ReadEntry(entry));
     EXPECT_EQ(entry.wNextRecordID, 77);
     EXPECT_EQ(controller.TakeProblem(), "");
   };
   EXPECT_EQ(controller.CountEntries(), 0U);
-  expect_gone(0);
+  expectGone(0);
   for (const int sensor : {1, 2, 3}) simulator.AddEvent(sensor);
-  expect_sensors({1, 2, 3});
+  expectSensors({1, 2, 3});
   simulator.Tool("sel delete 2");
-  expect_gone(2);
-  expect_sensors({1, 3});
+  expectGone(2);
+  expectSensors({1, 3});
   simulator.Tool("sel clear");
   EXPECT_EQ(controller.CountEntries(), 0U);
-  expect_gone(3);
+  expectGone(3);
   const std::vector<int> full = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
   for (const int sensor : full) simulator.AddEvent(sensor);
-  expect_sensors(full);
+  expectSensors(full);
 }
 
 TEST(IPMISimulator, Logins) {
-  const auto expect_login = [](const IPMIOptions& options, const std::string& outcome) {
+  const auto expectLogin = [](const IPMIOptions& options, const std::string& outcome) {
     const auto start = std::chrono::steady_clock::now();
     const std::string seen = Outcome([&] { return std::make_unique<IPMIConnection>(options); });
     EXPECT_NE(seen.find(outcome), std::string::npos) << seen << "\nnot " << outcome;
@@ -162,7 +162,7 @@ TEST(IPMISimulator, Logins) {
       {[](auto&) {}, "1 Lid;"},
       {[](auto& o) { o.password = "wrong"; }, ": wrong user or password"},
       {[](auto& o) { o.user = "nobody"; }, ": wrong user or password"},
-      {[](auto& o) { o.privilege = IPMIPrivilege::kCallback; }, "privilege level is too low"},
+      {[](auto& o) { o.privilege = IPMIPrivilege::CALLBACK; }, "privilege level is too low"},
       {[](auto& o) { o.port = FreePort(); }, ": nobody answers"},
       {[](auto& o) { o.host = "no-such-host.invalid"; }, " host 'no-such-host.invalid'"},
       {[](auto& o) { o.user = std::string(17, 'u'); }, "2: the user name is longer than the 16 bytes"},
@@ -175,21 +175,21 @@ TEST(IPMISimulator, Logins) {
     for (const auto& c : cases) {
       IPMIOptions options = OptionsFor(simulator);
       c.change(options);
-      expect_login(options, c.outcome);
+      expectLogin(options, c.outcome);
     }
   }
   machine::WriteFile("/dev/ipmi0", "no device");
   EXPECT_EQ(FindIPMIDevice(), "/dev/ipmi0");
-  expect_login({}, "1: /dev/ipmi0 does not work as the device of a management controller: ");
+  expectLogin({}, "1: /dev/ipmi0 does not work as the device of a management controller: ");
   machine::Remove("/dev/ipmi0");
 
   const IPMISimulator old(lid, false);
   IPMIOptions options = OptionsFor(old);
-  expect_login(options, ": it does not know RMCP+");
-  options.allow_1_5 = true;
-  expect_login(options, "1 Lid;");
+  expectLogin(options, ": it does not know RMCP+");
+  options.allowIPMI15 = true;
+  expectLogin(options, "1 Lid;");
   options.password = "wrong";
-  expect_login(options, "wrong user or password");
+  expectLogin(options, "wrong user or password");
 }
 
 TEST(IPMISimulator, LostSessions) {
@@ -224,7 +224,7 @@ struct Fault {
   std::vector<int> answer;
   int change = 0;
 };
-constexpr int kAlways = 1 << 20;
+constexpr int ALWAYS = 1 << 20;
 
 /// A controller in memory with the sensors A, B and C and the log entries 5 and 9.
 class FakeController : public IPMITransport {
@@ -281,7 +281,7 @@ class FakeController : public IPMITransport {
 TEST(IPMIFaults, SensorRepository) {
   const std::string all = "1 A;2 B;3 C;", answers = "1: the controller answers Get SDR";
   const std::pair<Fault, std::string> cases[] = {
-      {{"Reserve SDR Repository", 0, kAlways, {0xC1}}, all},
+      {{"Reserve SDR Repository", 0, ALWAYS, {0xC1}}, all},
       {{"Get SDR", 1, 2, {0xC0}}, all},  // busy
       {{"Get SDR", 1, 2, {0xC5}}, all},  // reservation lost
       {{"Get SDR", 0, 1, {0xFF}}, all},  // no better word for "too many bytes"
@@ -290,13 +290,13 @@ TEST(IPMIFaults, SensorRepository) {
       {{"Get SDR", 2, 1, {0, 0xFF, 0xFF, 3, 0, 0x51, 1, 50}, 1}, all + "4 D;"},  // half of a record
       {{"Get SDR", 1, 1, {0, 3, 0}}, "1 A;3 C; sensor record 2 is not whole and left out;"},
       {{"Get SDR Repository Info", 0, 1, {0xC1}}, " the controller has no repository of sensor records;"},
-      {{"Get SDR", 0, kAlways, {0xC5}}, answers + ": the reservation was lost (completion code C5h)"},
-      {{"Get SDR", 0, kAlways, {0xCA}}, answers + ": it cannot return that many bytes (completion code CAh)"},
-      {{"Get SDR", 0, kAlways, {0xD4}}, answers + ": the privilege level is too low (completion code D4h)"},
-      {{"Get SDR", 2, kAlways, {1}}, answers + ": an error of its maker's (completion code 01h)"},
-      {{"Get SDR", 2, kAlways, {0, 1}}, answers + " with 1 bytes instead of 2"},
+      {{"Get SDR", 0, ALWAYS, {0xC5}}, answers + ": the reservation was lost (completion code C5h)"},
+      {{"Get SDR", 0, ALWAYS, {0xCA}}, answers + ": it cannot return that many bytes (completion code CAh)"},
+      {{"Get SDR", 0, ALWAYS, {0xD4}}, answers + ": the privilege level is too low (completion code D4h)"},
+      {{"Get SDR", 2, ALWAYS, {1}}, answers + ": an error of its maker's (completion code 01h)"},
+      {{"Get SDR", 2, ALWAYS, {0, 1}}, answers + " with 1 bytes instead of 2"},
       {{"Get SDR Repository Info", 0, 1, {0, 1, 2}}, answers + " Repository Info with 2 bytes instead of 14"},
-      {{"Get SDR", 0, kAlways, {0, 7, 0}},
+      {{"Get SDR", 0, ALWAYS, {0, 7, 0}},
        "1: the controller's sensor records changed, or their chain broke, each time they were read"},
   };
   for (const auto& [fault, outcome] : cases) {
@@ -381,7 +381,7 @@ TEST(IPMIFaults, EventLog) {
       {9, {0xD4}, false, answers + "Entry: the privilege level is too low (completion code D4h)"},
   };
   for (const auto& c : cases) {
-    auto transport = std::make_unique<FakeController>(Fault{"Get SEL Entry", 0, kAlways, c.answer});
+    auto transport = std::make_unique<FakeController>(Fault{"Get SEL Entry", 0, ALWAYS, c.answer});
     std::string& asked = transport->asked;
     IPMIController controller(std::move(transport));
     asked.clear();
@@ -392,7 +392,7 @@ TEST(IPMIFaults, EventLog) {
     EXPECT_EQ(controller.CountEntries(), 2U);
     EXPECT_EQ(asked, "Get SEL Entry;Get SEL Info;") << "an unchanged log costs one command";
   }
-  IPMIController controller(std::make_unique<FakeController>(Fault{"Get SEL Info", 1, kAlways, {0, 0x51}}));
+  IPMIController controller(std::make_unique<FakeController>(Fault{"Get SEL Info", 1, ALWAYS, {0, 0x51}}));
   EXPECT_EQ(controller.CountEntries(), std::nullopt);
   EXPECT_EQ(controller.TakeProblem(), answers + "Info with 1 bytes instead of 14");
   EXPECT_EQ(Outcome([] {
@@ -418,9 +418,9 @@ TEST(IPMIFaults, Captures) {
   const std::string cannot = "cannot write '" + sel + "': ", answers = "the controller answers Get SEL Entry: ";
   EXPECT_EQ(save({}, false), cannot + "No such file or directory");
   machine::PlantFolder("/tmp/capture");
-  EXPECT_EQ(save({"Get SEL Entry", 1, kAlways, {0xD4}}, false),
+  EXPECT_EQ(save({"Get SEL Entry", 1, ALWAYS, {0xD4}}, false),
             answers + "the privilege level is too low (completion code D4h)");
-  EXPECT_EQ(save({"Get SEL Entry", 1, kAlways, {0xCB}}, false),
+  EXPECT_EQ(save({"Get SEL Entry", 1, ALWAYS, {0xCB}}, false),
             "the controller's log changed, or its chain broke, each time it was read");
   EXPECT_EQ(machine::Listing("/tmp/capture"), std::set<std::string>());
   machine::WriteFile(sensors, "mine");

@@ -46,7 +46,7 @@ class Process {
 
 class ProcessesTest : public SELTest {
  protected:
-  const std::string lock_file_ =
+  const std::string lockFile_ =
       geteuid() == 0 ? "/run/kestrune.lock" : "/run/user/" + std::to_string(geteuid()) + "/kestrune.lock";
 
   ProcessesTest() {
@@ -65,7 +65,7 @@ class ProcessesTest : public SELTest {
 
   /// Asks for the logs in turn, as often as KESTRUNE_REQUESTS says. Every answer is the whole log asked for; or, where
   /// `may_fail`, an empty one with an error message, but for `at_least` of them.
-  void AskFor(const std::vector<std::string>& logs, bool may_fail, int at_least) {
+  void AskFor(const std::vector<std::string>& logs, bool mayFail, int atLeast) {
     const char* requests = std::getenv("KESTRUNE_REQUESTS");
     const int rounds = requests != nullptr ? std::atoi(requests) : 60;
     int right = 0;
@@ -75,14 +75,14 @@ class ProcessesTest : public SELTest {
       const uint32_t id = name == "cron" ? LOG_APPLICATION : name == "secure" ? LOG_SECURE : LOG_MESSAGES;
       const Reply reply = Fetch(Load(), Group(id), 40);
       EXPECT_EQ(reply.result, 1);
-      if (may_fail && reply.count == 0) {
+      if (mayFail && reply.count == 0) {
         EXPECT_TRUE(std::ranges::any_of(reply.messages, [](const auto& line) { return line.starts_with("256 "); }));
         continue;
       }
       EXPECT_EQ(reply.rows, ModelRows(MakeLog(40, name), id));
       ++right;
     }
-    EXPECT_GE(right, at_least * rounds / 100);
+    EXPECT_GE(right, atLeast * rounds / 100);
     Unload();
   }
 };
@@ -124,13 +124,13 @@ TEST_F(ProcessesTest, PlantingWithoutAPauseSilencesNothing) {
 TEST_F(ProcessesTest, ALockHeldForTooLongIsDoneWithout) {
   Start();
   struct stat status {};
-  EXPECT_EQ(stat(lock_file_.c_str(), &status), 0);
+  EXPECT_EQ(stat(lockFile_.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0600U);
   const std::string ready = "/usr/zarp/ready";
   const Process holder([&] {
     struct flock lock {};
     lock.l_type = F_WRLCK;
-    EXPECT_EQ(fcntl(open(lock_file_.c_str(), O_RDWR), F_SETLK, &lock), 0);
+    EXPECT_EQ(fcntl(open(lockFile_.c_str(), O_RDWR), F_SETLK, &lock), 0);
     machine::WriteFile(ready, "");
     pause();
   });
@@ -139,18 +139,18 @@ TEST_F(ProcessesTest, ALockHeldForTooLongIsDoneWithout) {
   chmod("/tmp/__log__tmp.1", 0600);
   const Reply reply = Fetch(Load(), Group(LOG_SECURE), 40);
   EXPECT_EQ(reply.rows, ModelRows(MakeLog(40, "secure"), LOG_SECURE));
-  EXPECT_EQ(reply.messages.front(), "512 Warn (kestrune:ProcessLock): " + lock_file_ +
+  EXPECT_EQ(reply.messages.front(), "512 Warn (kestrune:ProcessLock): " + lockFile_ +
                                         " is held by another process for too long, going on without it!\n");
   machine::Remove("/tmp/__log__tmp.1");
 }
 
 TEST_F(ProcessesTest, ALinkInTheLocksPlaceIsNotFollowed) {
-  machine::Remove(lock_file_);
-  machine::PlantLink(lock_file_, "/usr/zarp/elsewhere");
+  machine::Remove(lockFile_);
+  machine::PlantLink(lockFile_, "/usr/zarp/elsewhere");
   Start();
   EXPECT_EQ(Fetch(Load(), Group(LOG_SECURE), 40).count, 40U);
   EXPECT_EQ(access("/usr/zarp/elsewhere", F_OK), -1);
-  machine::Remove(lock_file_);
+  machine::Remove(lockFile_);
 }
 
 TEST_F(ProcessesTest, AStartRemovesWhatKilledProcessesLeft) {
@@ -166,10 +166,10 @@ TEST_F(ProcessesTest, AStartRemovesWhatKilledProcessesLeft) {
     EXPECT_EQ(NewInTmp().size(), 3U) << "the cache and two work files";
   }
   Process other([this] {
-    Host().on_call = [](const std::string& call) {
+    Host().onCall = [](const std::string& call) {
       if (call == "gmSELEnumEntry") raise(SIGKILL);
     };
-    machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("x")));
+    machine::WriteFile(LOG_FILE, MakeLogFile(PlainRecords("x")));
     Start();
     Query(Load(), Group(LOG_SEL));
   });

@@ -13,8 +13,8 @@
 
 namespace {
 
-const std::string kAnnounced = "2048 Dbg (kestrune): in OnGetProperty\n";
-const std::string kIgnored = "2048 Err (kestrune:OnSetProperty): Ignore to write log, no sufficient config entries!\n";
+const std::string ANNOUNCED = "2048 Dbg (kestrune): in OnGetProperty\n";
+const std::string IGNORED = "2048 Err (kestrune:OnSetProperty): Ignore to write log, no sufficient config entries!\n";
 
 /// The socket of the system log. A message is its priority in angle brackets and its text.
 class SystemLog {
@@ -56,7 +56,7 @@ TEST_F(PropertyTest, OneLogAndAll) {
   const HostModule& module = Start();
   Rows all;
   for (const char* records : {"3", "0", "4", "0", "0"}) {
-    all.push_back({static_cast<uint32_t>(all.size()) + 1, CONFIG_TYPE_LOG, kPropertyShape, {records, "0", ""}});
+    all.push_back({static_cast<uint32_t>(all.size()) + 1, CONFIG_TYPE_LOG, PROPERTY_SHAPE, {records, "0", ""}});
   }
   for (uint32_t log = 1; log <= 5; ++log) {
     const uint32_t id = LOG_APPLICATION + log - 1;
@@ -67,7 +67,7 @@ TEST_F(PropertyTest, OneLogAndAll) {
       EXPECT_EQ(reply.rows, Rows{all[log - 1]});
       EXPECT_EQ(reply.messages.back(), log == 1   ? "2048 DBG (kestrune:LogFilter): no need merge!\n"
                                        : log == 2 ? Err("LogFilter", "File /var/log/secure doesn't exist!")
-                                                  : kAnnounced);
+                                                  : ANNOUNCED);
       reply = Send(module, {SP_PROPERTY, identifier, 0, true});
       EXPECT_EQ(reply.result, 0);
       EXPECT_EQ(reply.messages.back(), Err("GetProperty", "The buffer isn't enough!"));
@@ -161,11 +161,11 @@ TEST_F(PropertyWriteTest, LevelsPrefixesAndEntriesThatCount) {
     TakeLines();
     EXPECT_EQ(Write(Type(CONFIG_TYPE_LOG), {{CONFIG_TYPE_LOG, cases[i].entries}}), 1);
     EXPECT_EQ(log.Take(), cases[i].written);
-    EXPECT_EQ(TakeLines(), cases[i].written.empty() ? (Lines{kAnnounced, kIgnored}) : Lines{kAnnounced});
+    EXPECT_EQ(TakeLines(), cases[i].written.empty() ? (Lines{ANNOUNCED, IGNORED}) : Lines{ANNOUNCED});
   }
   EXPECT_EQ(Write(Group(LOG_SECURE), {{7, item(1, L"no")}, {5, {}}, {5, item(1, L"one")}, {5, item(2, L"two")}}), 1);
   EXPECT_EQ(log.Take(), (Lines{"<13>WebUI: one", "<13>WebUI(Warning): two"}));
-  EXPECT_EQ(TakeLines(), (Lines{kAnnounced, kIgnored})) << "an item of another ID is skipped in silence";
+  EXPECT_EQ(TakeLines(), (Lines{ANNOUNCED, IGNORED})) << "an item of another ID is skipped in silence";
 
   std::setlocale(LC_ALL, "C.UTF-8");
   const std::wstring accents(128, L'\xE9');  // of two bytes each
@@ -194,8 +194,8 @@ TEST_F(PropertyWriteTest, ArgumentsThatAreMissingOrWrong) {
                {&good, &one, nullptr, 0, missing},
                {&parent, &one, &bare, 0, Err("OnSetProperty", "The IPV error!")},
                {&unknown, &one, &bare, 0, Err("ParseIDV", "Invalid config type ID: 0xf7")},
-               {&good, &one, &bare, 1, kIgnored},
-               {&good, &none, nullptr, 1, kAnnounced}};
+               {&good, &one, &bare, 1, IGNORED},
+               {&good, &none, nullptr, 1, ANNOUNCED}};
   for (const auto& c : cases) {
     TakeLines();
     EXPECT_EQ(module.SPConfig(SP_OP_SET, SP_PROPERTY, c.identifier, c.count, c.items), c.result);

@@ -5,20 +5,20 @@
 
 namespace {
 
-constexpr int64_t kAll = -1, kRefused = -2;
+constexpr int64_t ALL = -1, REFUSED = -2;
 
 struct Step {
   const char* log;         // as MakeChain takes it
   std::vector<int> asked;  // record IDs, after the one call for the count
   std::string kept;        // marks, oldest first
   std::string mismatch{};  // the numbers of the mismatch message, if there is one
-  int64_t announced = kAll;
+  int64_t announced = ALL;
 };
 
 const struct {
   const char* name;
   std::vector<Step> steps;
-} kHistories[] = {
+} HISTORIES[] = {
     {"appended",
      {{"1a 2b 3c", {0, 2, 3}, "abc"},
       {"1a 2b 3c", {}, "abc"},
@@ -53,25 +53,25 @@ const struct {
       {"1a 2b! 3c", {0, 2}, "ab", "cache 2 return count 3"},
       {"1a 2b 3c", {0, 2, 3}, "abc"}}},
     {"refused counts",
-     {{"1a", {}, "", "", kRefused},
+     {{"1a", {}, "", "", REFUSED},
       {"1a 2b", {0, 2}, "ab"},
-      {"1x 2y 3z", {}, "ab", "", kRefused},
+      {"1x 2y 3z", {}, "ab", "", REFUSED},
       {"1a 2b 3c", {0, 2, 3}, "abc"}}},
 };
 
 TEST_F(SELTest, Histories) {
   const std::string title = "2048 Dbg (kestrune:ReadBMCSELToCache): ";
-  for (const auto& history : kHistories) {
+  for (const auto& history : HISTORIES) {
     const HostModule& module = Start();
     for (const Step& step : history.steps) {
       SCOPED_TRACE(testing::Message() << history.name << ": " << step.log);
       Host().sel = MakeChain(step.log);
-      Host().enumerate = step.announced == kRefused ? 0 : 1;
-      Host().sel_count = step.announced < 0 ? Host().sel.size() : static_cast<uint32_t>(step.announced);
+      Host().enumerate = step.announced == REFUSED ? 0 : 1;
+      Host().selCount = step.announced < 0 ? Host().sel.size() : static_cast<uint32_t>(step.announced);
       Lines messages = NoFile();
       const std::string mismatch = "the cache data doesn't match the BMC SEL! " + step.mismatch + "\n";
       if (!step.mismatch.empty()) messages.insert(messages.begin(), title + mismatch);
-      if (step.announced == kRefused) messages.insert(messages.begin(), title + "Can't get the SEL count!\n");
+      if (step.announced == REFUSED) messages.insert(messages.begin(), title + "Can't get the SEL count!\n");
       TakeCalls();
       const Reply reply = Fetch(module, Group(LOG_SEL), 8);
       EXPECT_EQ(TakeCalls(), WalkCalls(step.asked));
@@ -86,7 +86,7 @@ TEST_F(SELTest, Histories) {
 TEST_F(SELTest, ACircleEndsWithTheRecordIDs) {
   const HostModule& module = Start();
   Host().sel = MakeChain("1a 2b>1");
-  Host().sel_count = 0xFFFFFFFF;
+  Host().selCount = 0xFFFFFFFF;
   for (const size_t entries : {65535, 2}) {  // the second time: the first and the last, to see what has changed
     const Reply reply = Query(module, Group(LOG_SEL));
     EXPECT_EQ(reply.count, 65535U);
@@ -100,11 +100,11 @@ TEST_F(SELTest, MemoryThatRunsOutLosesAndDoublesNothing) {
   const HostModule& module = Start();
   for (const char* log : {"1a 2b 3c 4d", "1w 2x 3y 4z"}) {
     Host().sel = MakeChain(log);
-    Host().on_call = [](const std::string& call) {
+    Host().onCall = [](const std::string& call) {
       if (call == "gmGetIPMIEntry 3") throw std::bad_alloc();
     };
     EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).Head(), (std::array<uint32_t, 4>{1, 0, 0, 0})) << "like an empty log";
-    Host().on_call = nullptr;
+    Host().onCall = nullptr;
   }
   EXPECT_EQ(Fetch(module, Group(LOG_SEL), 8).rows, PlainRows(1, 0, "wxyz"));
 }

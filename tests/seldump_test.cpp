@@ -10,8 +10,8 @@ TEST_F(SELTest, TheDumpWhole) {
            "Translate: Unspecified event! Hex dump : 34 12 02 00 00 00 00 20 EF 04 00 00 00 00 00 00\n";
   };
   const std::string fail = "Get SEL data fail!\n";
-  std::string without_end;
-  for (int i = 0; i < 65535; ++i) without_end += fail;
+  std::string withoutEnd;
+  for (int i = 0; i < 65535; ++i) withoutEnd += fail;
   const struct {
     const char* log;
     int announced;
@@ -23,12 +23,12 @@ TEST_F(SELTest, TheDumpWhole) {
       {"1a 2a 300a", 2, {0, 2}, entry("1 next id 2") + entry("2 next id 300")},
       {"1a>1", 2, {0, 1}, entry("1 next id 1") + entry("1 next id 1")},
       {"1a! 2a", 3, {0, 0, 0}, fail + fail + fail},
-      {"1a! 2a", -1, std::vector<int>(65535, 0), without_end},
+      {"1a! 2a", -1, std::vector<int>(65535, 0), withoutEnd},
       {"1a 2a! 3a", 3, {0, 2, 2}, entry("1 next id 2") + fail + fail},
   };
   Host().names[0x2001] = "CPU 0 Fan";
   const HostModule& module = Start();
-  const auto expect_dump = [&module](const std::string& printed, const Lines& calls) {
+  const auto expectDump = [&module](const std::string& printed, const Lines& calls) {
     TakeCalls();
     testing::internal::CaptureStdout();
     module.Find<decltype(&ShowBMCSELLogDebug)>("ShowBMCSELLogDebug")();
@@ -38,12 +38,12 @@ TEST_F(SELTest, TheDumpWhole) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.log);
     Host().sel = MakeChain(c.log);
-    Host().sel_count = static_cast<uint32_t>(c.announced);
-    expect_dump("Get SEL count = " + std::to_string(c.announced) + "\n" + c.printed, WalkCalls(c.asked));
+    Host().selCount = static_cast<uint32_t>(c.announced);
+    expectDump("Get SEL count = " + std::to_string(c.announced) + "\n" + c.printed, WalkCalls(c.asked));
   }
-  Host().sel_count.reset();
+  Host().selCount.reset();
   Host().sel = MakeSEL({MakeRecord(4, 0x6F, 0), MakeRecord(0x1B, 8, 0, 0x19, 0xFF, 0x1A, 0x5F3759DF)});
-  expect_dump(
+  expectDump(
       "Get SEL count = 2\nGet SEL data success!\n"
       "selid 1 next id 2 data:34 12 02 00 00 00 00 20 ef 04 04 00 6f 00 00 00 \nTranslate: CPU Fan box error reported\n"
       "Get SEL data success!\n"
@@ -53,7 +53,7 @@ TEST_F(SELTest, TheDumpWhole) {
   EXPECT_EQ(TakeCalls(), WalkCalls({0, 2})) << "the dump fills no cache";
   TakeLines();
   Host().enumerate = 0;
-  expect_dump("Get SEL count failed!\n", WalkCalls({}));
+  expectDump("Get SEL count failed!\n", WalkCalls({}));
   EXPECT_EQ(TakeLines(), Lines()) << "the host's log is left alone";
 }
 

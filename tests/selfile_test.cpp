@@ -11,12 +11,12 @@ namespace {
 TEST_F(SELTest, EveryCheckOfTheFile) {
   const std::string copy = SeedCopy(), title = "256 Err (kestrune:CheckSELLogFile): ";
   const std::string odd = "2048 Dbg (kestrune:ReadSELLogFile): Unknow SEL entry format, may have bug!\n";
-  const Lines short_read = BadFile(title + "read \"" + copy + "\" failed!\n");
+  const Lines shortRead = BadFile(title + "read \"" + copy + "\" failed!\n");
   const Lines checksum = BadFile(title + "file \"" + copy + "\" CRC check failed\n");
   const Lines size = BadFile(title + "fstat \"" + copy + "\" error!\n");
   const auto invalid = [&title](const char* shown) { return BadFile(title + "File size invalid: " + shown + "\n"); };
   const Records three = PlainRecords("xyz");
-  const auto with_odd = [&three](const std::vector<size_t>& places) {
+  const auto withOdd = [&three](const std::vector<size_t>& places) {
     Records records = three;
     for (const size_t place : places) records[place][9] = static_cast<uint8_t>(place * 100 + 3);
     return MakeLogFile(records);
@@ -32,9 +32,9 @@ TEST_F(SELTest, EveryCheckOfTheFile) {
       {"link to nothing", "", NoFile()},
       {"endless device", "", NoFile()},
       {"FIFO", "", NoFile()},
-      {"null device", "", short_read},
-      {"empty", "", short_read},
-      {"short header", MakeLogFile({}).substr(0, 8), short_read},
+      {"null device", "", shortRead},
+      {"empty", "", shortRead},
+      {"short header", MakeLogFile({}).substr(0, 8), shortRead},
       {"checksum", MakeLogFile(three, 0, 1), checksum},
       {"checksum and size", MakeLogFile(three, 1, -1), checksum},
       {"size too large", MakeLogFile(three, 16), size},
@@ -46,23 +46,23 @@ TEST_F(SELTest, EveryCheckOfTheFile) {
       {"56 bytes", MakeLogFile(three, -1).substr(0, 56), invalid("56")},
       {"good", MakeLogFile(three), {}, "xyz"},
       {"link to a good one", MakeLogFile(three), {}, "xyz"},
-      {"oldest of another format", with_odd({0}), {odd}, "yz"},
-      {"second of another format", with_odd({1}), {odd}, "xz"},
-      {"newest of another format", with_odd({2}), {odd}, "xy"},
-      {"all of another format", with_odd({0, 1, 2}), {odd, odd, odd}},
+      {"oldest of another format", withOdd({0}), {odd}, "yz"},
+      {"second of another format", withOdd({1}), {odd}, "xz"},
+      {"newest of another format", withOdd({2}), {odd}, "xy"},
+      {"all of another format", withOdd({0, 1, 2}), {odd, odd, odd}},
   };
   Host().sel = MakeChain("1a");
   const HostModule& module = Start();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const std::string name = c.name;
-    machine::Remove(kLogFile);
-    if (name == "folder") machine::PlantFolder(kLogFile);
-    if (name == "endless device") machine::PlantLink(kLogFile, "/dev/zero");
-    if (name == "null device") machine::PlantLink(kLogFile, "/dev/null");
-    if (name == "FIFO") machine::PlantFIFO(kLogFile);
-    if (name.substr(0, 4) == "link") machine::PlantLink(kLogFile, "/etc/zarp/elsewhere");
-    if (c.messages != NoFile() && name != "null device") machine::WriteFile(kLogFile, c.content);
+    machine::Remove(LOG_FILE);
+    if (name == "folder") machine::PlantFolder(LOG_FILE);
+    if (name == "endless device") machine::PlantLink(LOG_FILE, "/dev/zero");
+    if (name == "null device") machine::PlantLink(LOG_FILE, "/dev/null");
+    if (name == "FIFO") machine::PlantFIFO(LOG_FILE);
+    if (name.substr(0, 4) == "link") machine::PlantLink(LOG_FILE, "/etc/zarp/elsewhere");
+    if (c.messages != NoFile() && name != "null device") machine::WriteFile(LOG_FILE, c.content);
     SeedCopy();
     const Reply reply = Fetch(module, Group(LOG_SEL), 4);
     EXPECT_EQ(reply.messages, Report("", c.messages));
@@ -77,7 +77,7 @@ TEST_F(SELTest, EveryCheckOfTheFile) {
 
 TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
   const std::string copy = SeedCopy(), victim = "/tmp/victim";
-  machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xyz")));
+  machine::WriteFile(LOG_FILE, MakeLogFile(PlainRecords("xyz")));
   // The one record has a reading, so that the host is called between the check of the copy and its being read.
   Host().sel = MakeSEL({MakeRecord(1, 1, 0x40, 0, 0, 0x1A)});
   const HostModule& module = Start();
@@ -86,7 +86,7 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
     return Fetch(module, Group(LOG_SEL), 4);
   };
   const mode_t mask = umask(0);
-  Host().on_call = [&copy](const std::string& call) {
+  Host().onCall = [&copy](const std::string& call) {
     struct stat status {};
     if (call == "gmExitMutex" && stat(copy.c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
       EXPECT_EQ(status.st_mode & 07777, 0600U);
@@ -112,7 +112,7 @@ TEST_F(SELTest, CopiesThatArePlantedOrVanish) {
   }
   umask(mask);
   for (const bool cut : {false, true}) {
-    Host().on_call = [&copy, cut](const std::string& call) {
+    Host().onCall = [&copy, cut](const std::string& call) {
       if (call == "gmExitMutex") cut ? machine::WriteFile(copy, "short") : machine::Remove(copy);
     };
     const Reply reply = fetch();
@@ -157,8 +157,8 @@ TEST_F(SELTest, RangesOverEverySplit) {
     for (const std::string file : {"", "x", "xy", "xyz"}) {
       Unload();
       Host().sel = MakeSEL(PlainRecords(controller));
-      machine::Remove(kLogFile);
-      if (!file.empty()) machine::WriteFile(kLogFile, MakeLogFile(PlainRecords(file)));
+      machine::Remove(LOG_FILE);
+      if (!file.empty()) machine::WriteFile(LOG_FILE, MakeLogFile(PlainRecords(file)));
       const HostModule& module = Start();
       const auto bounds = static_cast<uint32_t>(controller.size() + file.size() + 3);  // up to two past the list
       for (uint32_t i = 0; i < bounds * bounds; ++i) ExpectRange(module, controller, file, i / bounds, i % bounds);
@@ -167,11 +167,11 @@ TEST_F(SELTest, RangesOverEverySplit) {
     }
   }
   machine::Commands commands;
-  const std::string command = std::string("cp -f ") + kLogFile + " " + SeedCopy();
+  const std::string command = std::string("cp -f ") + LOG_FILE + " " + SeedCopy();
   EXPECT_EQ(FetchRange(Load(), Group(LOG_SEL), 2, 6, 4).messages.back(),
             "256 Err (kestrune:GetLogConfigItemEx): Not enough buffer!\n");
   EXPECT_EQ(commands.TakeCalls(), std::multiset<std::string>{command});
-  machine::Remove(kLogFile);
+  machine::Remove(LOG_FILE);
   SeedCopy();
   Query(Load(), Group(LOG_SEL));
   EXPECT_EQ(commands.TakeCalls(), std::multiset<std::string>{command}) << "in every call";

@@ -2,11 +2,11 @@
 #include <algorithm>
 
 #include "sel/selfilter.h"
-#include "translate/sensorid.h"
 #include "tests/support/sel.h"
 #include "translate/description.h"
 #include "translate/resmgr.h"
 #include "translate/sensor.h"
+#include "translate/sensorid.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ class RowsTest : public SELTest {
     Host().names[0x2001] = "Probe 7";
     EXPECT_EQ(InitResMgr(), 1);
     Host().convert = [](uint32_t, const tagVARIANT&, tagVARIANT* out) { out->value.llVal = 1234567; };
-    Host().on_call = [](const std::string&) { TakeCalls(); };
+    Host().onCall = [](const std::string&) { TakeCalls(); };
   }
   ~RowsTest() override {
     UninitResMgr();
@@ -53,8 +53,8 @@ TEST_F(RowsTest, ListedRecords) {
   EXPECT_STREQ(GetSELDiscription(&fan, 11, cut), "Probe 7 fand");
   EXPECT_STREQ(GetSensorName(&fan, 1, name), "Prxx");
   for (size_t size = 100; size < 160; ++size) {  // what follows the name is cut ever earlier
-    const std::string long_name(size, 'n'), whole = long_name + " fan too slow: 1234567 RPM";
-    Host().names[0x2001] = long_name;
+    const std::string longName(size, 'n'), whole = longName + " fan too slow: 1234567 RPM";
+    Host().names[0x2001] = longName;
     EXPECT_EQ(Describe(fan), whole.substr(0, 159));
   }
   Host().names[0x2001] = "two\nlines";

@@ -6,7 +6,7 @@
 
 namespace {
 
-const std::string kMidnight = "Jan  1 00:00:00|";
+const std::string MIDNIGHT = "Jan  1 00:00:00|";
 
 class SELTextTest : public SELTest {
  protected:
@@ -40,7 +40,7 @@ TEST_F(SELTextTest, EveryNumberOfEachPlaceholder) {
     for (int two = 0; two < 256; ++two) {
       const int three = (two * 7 + 3) % 256;
       records.push_back(MakeRecord(c.type, c.event, c.data1, two, three));
-      lines.push_back(kMidnight + c.line);
+      lines.push_back(MIDNIGHT + c.line);
       char letter = 'A';
       for (const int number : {two, two / 16, two % 16, three, three / 16, three % 16, three % 128}) {
         const size_t place = lines.back().find({'<', letter++, '>'});
@@ -54,17 +54,17 @@ TEST_F(SELTextTest, EveryNumberOfEachPlaceholder) {
 /// A record of a fan that is too slow, with its reading, and its line.
 SELRecord Fan(int reading, int sensor = 0x1A) { return MakeRecord(4, 1, 0x52, reading, 0, sensor); }
 std::string FanLine(const std::string& column, const std::string& name, const std::string& reading = "0") {
-  return kMidnight + column + "|" + (name + " fan too slow: " + reading + " RPM").substr(0, 159);
+  return MIDNIGHT + column + "|" + (name + " fan too slow: " + reading + " RPM").substr(0, 159);
 }
 
 TEST_F(SELTextTest, ReadingsAreTheHosts) {
   Host().names = {{0x2001, "F"}};
-  const auto raw_reading = [](const tagVARIANT& in) { return static_cast<uint32_t>(in.value.ullVal); };
-  Host().convert = [&](uint32_t, const tagVARIANT& in, tagVARIANT* out) {
+  const auto rawReading = [](const tagVARIANT& in) { return static_cast<uint32_t>(in.value.ullVal); };
+  Host().convert = [rawReading](uint32_t, const tagVARIANT& in, tagVARIANT* out) {
     EXPECT_EQ(in.vt, VT_I2);
     EXPECT_EQ(out->vt, VT_I2);
-    EXPECT_EQ(in.wReserved1[0] + out->wReserved1[0] + raw_reading(*out), 0U);
-    out->value.ullVal = raw_reading(in) * 3 + 1;
+    EXPECT_EQ(in.wReserved1[0] + out->wReserved1[0] + rawReading(*out), 0U);
+    out->value.ullVal = rawReading(in) * 3 + 1;
   };
   Records records = {Fan(77, 0x1B)};  // a sensor that the host does not know: nobody is asked
   Lines lines = {FanLine("Fan", "Fan")};

@@ -11,9 +11,9 @@ namespace {
 
 using IDs = std::vector<uint32_t>;
 
-const std::string kStart = Dbg("OnInitData", "Do Initialize!"), kStop = Dbg("OnUninitData", "Do UnInitialize!");
-const std::string kWithSEL = Dbg("OnInitData", "Init Sel OK!"), kWithoutSEL = Dbg("OnInitData", "Err to InitSELLog");
-const Lines kPlainStart = {kStart, Err("InitSELLog", "Failed to initializing NUBO module!"), kWithoutSEL};
+const std::string START = Dbg("OnInitData", "Do Initialize!"), STOP = Dbg("OnUninitData", "Do UnInitialize!");
+const std::string WITH_SEL = Dbg("OnInitData", "Init Sel OK!"), WITHOUT_SEL = Dbg("OnInitData", "Err to InitSELLog");
+const Lines PLAIN_START = {START, Err("InitSELLog", "Failed to initializing NUBO module!"), WITHOUT_SEL};
 
 IDs GroupIDs(const HostModule& module) {
   std::vector<tagCONFIGGROUP> groups(6);
@@ -40,8 +40,8 @@ TEST_F(StartupTest, EveryCombinationOfLogsAndDistribution) {
   for (const int dist : {0, 103, 106}) {
     Lines names = {"secure", "messages", "agent.log", "mail", "news/news.crit", "news/news.err", "news/news.notice"};
     if (dist == 0) names = {"secure", "messages", "agent.log", "maillog", "spooler", "cron"};
-    const size_t sel_bit = size_t{1} << names.size();
-    for (size_t mask = 0; mask < 2 * sel_bit && !HasFailure(); ++mask) {
+    const size_t selBit = size_t{1} << names.size();
+    for (size_t mask = 0; mask < 2 * selBit && !HasFailure(); ++mask) {
       SCOPED_TRACE(testing::Message() << "distribution " << dist << ", logs " << mask);
       machine::Reset();
       Host() = TestHost();
@@ -55,7 +55,7 @@ TEST_F(StartupTest, EveryCombinationOfLogsAndDistribution) {
         if (i >= 3) list += (list.empty() ? "/var/log/" : " /var/log/") + names[i];
       }
       if (!list.empty()) ids.insert(ids.begin(), LOG_APPLICATION);
-      const bool sel = (mask & sel_bit) != 0;
+      const bool sel = (mask & selBit) != 0;
       if (sel) {
         ids.push_back(LOG_SEL);
         Host().PlugInController("1A;2001");
@@ -130,10 +130,10 @@ TEST_F(StartupTest, UnsupportedSystemIsRefusedBeforeTheLockIsTaken) {
   Start();
   Host().supported = 0;
   // A request that is being answered holds the lock; the refusal does not wait for it.
-  std::promise<void> answering, go_on;
-  Host().on_message = [&](const std::string&) {
+  std::promise<void> answering, goOn;
+  Host().onMessage = [&answering, &goOn](const std::string&) {
     answering.set_value();
-    go_on.get_future().wait();
+    goOn.get_future().wait();
   };
   auto request = std::async(std::launch::async, [&module] {
     uint64_t word = 0;
@@ -142,7 +142,7 @@ TEST_F(StartupTest, UnsupportedSystemIsRefusedBeforeTheLockIsTaken) {
   answering.get_future().wait();
   auto start = std::async(std::launch::async, [&] { return module.SPInitialize(nullptr, &out); });
   EXPECT_EQ(start.wait_for(std::chrono::seconds(10)), std::future_status::ready);
-  go_on.set_value();
+  goOn.set_value();
   EXPECT_EQ(start.get(), 0);
   EXPECT_EQ(request.get(), 1);
   EXPECT_EQ(out, 9U);
@@ -155,7 +155,7 @@ TEST_F(StartupTest, OneDistributionLosesItsLocaleVariables) {
     Unload();
     TakeLines();
     EXPECT_EQ(Load().SPInitialize(nullptr, nullptr), 1);
-    Lines said = kPlainStart;
+    Lines said = PLAIN_START;
     if (dist == 106) said.insert(said.begin(), Dbg("IsOSSupported", "Unset the LC_TIME and LC_CTYPE for the sort -M"));
     EXPECT_EQ(TakeLines(), said);
     EXPECT_EQ(std::getenv("LC_TIME") == nullptr, dist == 106);
@@ -176,17 +176,17 @@ TEST_F(StartupTest, StopAndRequestsWithoutAStart) {
     }
     EXPECT_EQ(word, 7U);
     EXPECT_EQ(module.SPInitialize(nullptr, nullptr), 1);
-    EXPECT_EQ(TakeLines(), kPlainStart);
+    EXPECT_EQ(TakeLines(), PLAIN_START);
     EXPECT_EQ(module.SPUninitialize(), 1);
-    EXPECT_EQ(TakeLines(), Lines{kStop});
+    EXPECT_EQ(TakeLines(), Lines{STOP});
   }
 }
 
 TEST_F(StartupTest, SELStartAndEveryWayItFails) {
   const auto debug = [](const std::string& text) { return Dbg("InitSELLog", text); };
   const auto table = [](const std::string& text) { return Dbg("GetIpmiZarpIDTable", text); };
-  const std::string card = debug("IPMI Card exist, ID is 1"), no_table = debug("Can't get IPMI to ZARP ID table!");
-  const std::string no_info = debug("gmGetIPMIInfo failed!");
+  const std::string card = debug("IPMI Card exist, ID is 1"), noTable = debug("Can't get IPMI to ZARP ID table!");
+  const std::string noInfo = debug("gmGetIPMIInfo failed!");
   const struct {
     std::function<void()> spoil;
     Lines messages;
@@ -194,16 +194,16 @@ TEST_F(StartupTest, SELStartAndEveryWayItFails) {
   } cases[] = {
       {[] {}, {card}, 4},
       {[] { Host().mapping = ";;"; }, {card}, 4},
-      {[] { Host().info = 0; }, {no_info}, 2},
+      {[] { Host().info = 0; }, {noInfo}, 2},
       {[] { Host().card = 255; }, {debug("Can't find IPMI card!")}, 2},
-      {[] { Host().property_size = 0; }, {card, table("gmGetProperty failed!"), no_table}, 3},
-      {[] { Host().mapping.reset(); }, {card, table("gmGetProperty count = 0!"), no_table}, 3},
-      {[] { Host().property_text = 0; }, {card, table("gmGetProperty failed2!"), no_table}, 4},
-      {[] { Host().mapping = "1A"; }, {card, table("Entry Count = 0!"), no_table}, 4},
-      {[] { Host().mapping = ""; }, {card, table("Entry Count = 0!"), no_table}, 4},
+      {[] { Host().propertySize = 0; }, {card, table("gmGetProperty failed!"), noTable}, 3},
+      {[] { Host().mapping.reset(); }, {card, table("gmGetProperty count = 0!"), noTable}, 3},
+      {[] { Host().propertyText = 0; }, {card, table("gmGetProperty failed2!"), noTable}, 4},
+      {[] { Host().mapping = "1A"; }, {card, table("Entry Count = 0!"), noTable}, 4},
+      {[] { Host().mapping = ""; }, {card, table("Entry Count = 0!"), noTable}, 4},
       {[] { machine::Remove("/usr/zarp/lib"); }, {card, debug("Init resmgr failed!")}, 4},
       {[] { Host().info = Host().uninitialize = 0; },
-       {no_info, Err("InitSELLog", "Failed to uninitializing NUBO module!")},
+       {noInfo, Err("InitSELLog", "Failed to uninitializing NUBO module!")},
        2},
   };
   for (const auto& c : cases) {
@@ -218,8 +218,8 @@ TEST_F(StartupTest, SELStartAndEveryWayItFails) {
     EXPECT_EQ(Load().SPInitialize(nullptr, nullptr), 1);
     const bool up = c.messages == Lines{card};
     Lines messages = c.messages, calls = {"gmInitialize", "gmGetIPMIInfo", "gmGetProperty", "gmGetProperty"};
-    messages.insert(messages.begin(), kStart);
-    messages.push_back(up ? kWithSEL : kWithoutSEL);
+    messages.insert(messages.begin(), START);
+    messages.push_back(up ? WITH_SEL : WITHOUT_SEL);
     calls.resize(c.calls);
     if (!up) calls.emplace_back("gmUninitialize");
     EXPECT_EQ(TakeLines(), messages);
@@ -228,7 +228,7 @@ TEST_F(StartupTest, SELStartAndEveryWayItFails) {
 
     Host().uninitialize = 0;
     EXPECT_EQ(Load().SPUninitialize(), 1);
-    messages = {kStop};
+    messages = {STOP};
     if (up) messages.push_back(Err("OnUninitData", "Failed to uninitializing NUBO module!"));
     EXPECT_EQ(TakeLines(), messages);
     EXPECT_EQ(TakeCalls(), up ? Lines{"gmUninitialize"} : Lines());

@@ -24,7 +24,7 @@
 
 namespace {
 
-enum Kind { kMemory, kCalls };
+enum Kind { MEMORY, CALLS };
 
 /// Where the loaded module's code lies; what comes from there is the module's.
 std::atomic<uintptr_t> g_code_begin{0}, g_code_end{0};
@@ -71,7 +71,7 @@ class RefuseOne {
 };
 
 void* Allocate(size_t size, const void* caller) {
-  return IsRefused(kMemory, caller) ? nullptr : std::malloc(size == 0 ? 1 : size);
+  return IsRefused(MEMORY, caller) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 void* AllocateOrThrow(size_t size, const void* caller) {
@@ -106,16 +106,16 @@ char* nl_langinfo(nl_item item) noexcept {
   return CLibrary<char*(nl_item)>("nl_langinfo")(item);
 }
 int system(const char* command) {
-  return IsRefused(kCalls, CALLER) ? -1 : CLibrary<int(const char*)>("system")(command);
+  return IsRefused(CALLS, CALLER) ? -1 : CLibrary<int(const char*)>("system")(command);
 }
 FILE* popen(const char* command, const char* mode) {
-  return IsRefused(kCalls, CALLER) ? nullptr : CLibrary<FILE*(const char*, const char*)>("popen")(command, mode);
+  return IsRefused(CALLS, CALLER) ? nullptr : CLibrary<FILE*(const char*, const char*)>("popen")(command, mode);
 }
 FILE* fopen(const char* path, const char* mode) {
-  return IsRefused(kCalls, CALLER) ? nullptr : CLibrary<FILE*(const char*, const char*)>("fopen")(path, mode);
+  return IsRefused(CALLS, CALLER) ? nullptr : CLibrary<FILE*(const char*, const char*)>("fopen")(path, mode);
 }
 void* dlopen(const char* path, int flags) noexcept {
-  return IsRefused(kCalls, CALLER) ? nullptr : CLibrary<void*(const char*, int)>("dlopen")(path, flags);
+  return IsRefused(CALLS, CALLER) ? nullptr : CLibrary<void*(const char*, int)>("dlopen")(path, flags);
 }
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
@@ -129,7 +129,7 @@ class TrustTest : public SELTest {
     for (const char* name : {"cron", "messages", "secure", "agent.log"}) {
       machine::WriteFile(std::string("/var/log/") + name, MakeLog(3));
     }
-    machine::WriteFile(kLogFile, MakeLogFile(PlainRecords("xy")));
+    machine::WriteFile(LOG_FILE, MakeLogFile(PlainRecords("xy")));
     Host().sel = MakeSEL({MakeRecord(1, 1, 0x40, 0, 0, 0x1A), MakeRecord(1, 1, 0x40, 0, 0, 0x1A)});
   }
 
@@ -167,12 +167,12 @@ class TrustTest : public SELTest {
   std::vector<ScriptedEntry> spare_;
 };
 
-constexpr char kOtherEncoding[] = "KOI8-R";
+constexpr char OTHER_ENCODING[] = "KOI8-R";
 
 /// The log that a request is about; a text log where it is about all.
 uint32_t LogOf(const ItemRequest& request) {
-  const bool is_one = request.identifier.dwIDVType == IDV_CONFIGGROUP;
-  return is_one ? request.identifier.id.group.wConfigGroupID : static_cast<uint32_t>(LOG_MESSAGES);
+  const bool isOne = request.identifier.dwIDVType == IDV_CONFIGGROUP;
+  return isOne ? request.identifier.id.group.wConfigGroupID : static_cast<uint32_t>(LOG_MESSAGES);
 }
 
 /// `reply` is that of a request during which something was refused: a failure, an empty log, or the right reply. Of
@@ -183,34 +183,34 @@ void ExpectAllowed(Kind kind, uint32_t log, const Reply& reply, const Reply& rig
     EXPECT_EQ(reply.rows.size(), 0U);
     return;
   }
-  const bool lacks_file = kind == kCalls && log == LOG_SEL && right.count == 4 && reply.count == 2;
-  EXPECT_EQ(reply.count, lacks_file ? 2U : right.count);
+  const bool lacksFile = kind == CALLS && log == LOG_SEL && right.count == 4 && reply.count == 2;
+  EXPECT_EQ(reply.count, lacksFile ? 2U : right.count);
   EXPECT_EQ(reply.begin, right.begin);
   EXPECT_EQ(reply.end, right.end);
-  ASSERT_EQ(reply.rows.size(), lacks_file ? right.rows.size() / 2 : right.rows.size());
+  ASSERT_EQ(reply.rows.size(), lacksFile ? right.rows.size() / 2 : right.rows.size());
   int differing = 0;
   for (size_t i = 0; i < reply.rows.size(); ++i) {
     for (size_t k = 0; k < reply.rows[i].values.size(); ++k) {
       const std::string &value = reply.rows[i].values[k], &expected = right.rows[i].values[k];
       if (value == expected) continue;
-      if (kind == kMemory) {
+      if (kind == MEMORY) {
         EXPECT_EQ(value, "(type 10: 2147942414)");  // 0x8007000E
       } else {
-        EXPECT_EQ(right.rows[i].shape, kPropertyShape);
+        EXPECT_EQ(right.rows[i].shape, PROPERTY_SHAPE);
         EXPECT_LT(std::stoi(value), std::stoi(expected));
       }
       ++differing;
     }
   }
-  EXPECT_TRUE(kind == kCalls || right.rows.empty() || differing == 1);
+  EXPECT_TRUE(kind == CALLS || right.rows.empty() || differing == 1);
 }
 
 TEST_F(TrustTest, EachAllocationAndCallIsRefusedInTurn) {
   Start();
-  for (const Kind kind : {kMemory, kCalls}) {
+  for (const Kind kind : {MEMORY, CALLS}) {
     for (const ItemRequest& request : Requests()) {
       // Once more for one log in an encoding that takes the longer way.
-      g_encoding = kind == kMemory && g_encoding == nullptr && LogOf(request) == LOG_SEL ? kOtherEncoding : nullptr;
+      g_encoding = kind == MEMORY && g_encoding == nullptr && LogOf(request) == LOG_SEL ? OTHER_ENCODING : nullptr;
       const uint32_t log = LogOf(request);
       Query(Load(), Group(LOG_MESSAGES));
       Forget(log);
@@ -220,7 +220,7 @@ TEST_F(TrustTest, EachAllocationAndCallIsRefusedInTurn) {
       int number = 0;
       for (bool refused = true; refused; ++number) {
         ASSERT_LT(number, 1000);
-        SCOPED_TRACE(testing::Message() << request.name << (kind == kMemory ? " allocation " : " call ") << number);
+        SCOPED_TRACE(testing::Message() << request.name << (kind == MEMORY ? " allocation " : " call ") << number);
         Forget(log);
         Reply reply;
         {
@@ -232,14 +232,14 @@ TEST_F(TrustTest, EachAllocationAndCallIsRefusedInTurn) {
         ExpectRight(request, right);
         EXPECT_EQ(NewInTmp(), std::set<std::string>{"._kestrune_cache"});
       }
-      const int at_least = kind == kMemory ? (request.array ? 6 : 1) : 2;
-      EXPECT_GE(number, at_least) << "nothing was refused";
+      const int atLeast = kind == MEMORY ? (request.array ? 6 : 1) : 2;
+      EXPECT_GE(number, atLeast) << "nothing was refused";
     }
   }
 }
 
 TEST_F(TrustTest, AStartWithoutMemoryOrTheLibraryLeavesTheLogOut) {
-  for (const Kind kind : {kMemory, kCalls}) {
+  for (const Kind kind : {MEMORY, CALLS}) {
     int refusals = 0;
     for (bool refused = true; refused; ++refusals) {
       int32_t started = 0;
@@ -259,7 +259,7 @@ TEST_F(TrustTest, AStartWithoutMemoryOrTheLibraryLeavesTheLogOut) {
       Unload();
       TakeCalls();
     }
-    EXPECT_GE(refusals, kind == kMemory ? 3 : 2);
+    EXPECT_GE(refusals, kind == MEMORY ? 3 : 2);
   }
 }
 
@@ -278,7 +278,7 @@ void TrustTest::RunShort(int resource, const std::vector<rlim_t>& values, const 
       setrlimit(static_cast<__rlimit_resource>(resource), &little);
       const Reply reply = Send(Load(), request);
       setrlimit(static_cast<__rlimit_resource>(resource), &before);
-      ExpectAllowed(kCalls, LogOf(request), reply, right);
+      ExpectAllowed(CALLS, LogOf(request), reply, right);
       ExpectRight(request, right);
       EXPECT_EQ(NewInTmp(), std::set<std::string>{"._kestrune_cache"});
     }
@@ -305,8 +305,8 @@ TEST_F(TrustTest, AnOddHostEnvironment) {
   const struct {
     const char* path;
     bool works;
-  } kPaths[] = {{"/nowhere", false}, {"", false}, {"relative:/usr/bin:/bin", true}, {"/usr/bin/", true}};
-  for (const auto& [path, works] : kPaths) {
+  } paths[] = {{"/nowhere", false}, {"", false}, {"relative:/usr/bin:/bin", true}, {"/usr/bin/", true}};
+  for (const auto& [path, works] : paths) {
     SCOPED_TRACE(path);
     Forget(LOG_MESSAGES);
     Reply reply;
@@ -344,16 +344,16 @@ TEST_F(TrustTest, SignalsOfTheHostDoNotCutARead) {
 
 /// Somebody who knows the name of the next copy plants a FIFO there once the name has been looked at.
 TEST_F(TrustTest, NobodyWaitsAtAPlantedFIFO) {
-  machine::Remove(kLogFile);
+  machine::Remove(LOG_FILE);
   Start();
   const std::string copy = SeedCopy();
-  Host().on_call = [&copy](const std::string& call) {
+  Host().onCall = [&copy](const std::string& call) {
     if (call == "gmSELEnumEntry") mkfifo(copy.c_str(), 0666);
   };
   alarm(60);
   const Reply reply = Fetch(Load(), Group(LOG_SEL), 9);
   alarm(0);
-  Host().on_call = nullptr;
+  Host().onCall = nullptr;
   EXPECT_EQ(reply.count, 2U);
   machine::Remove(copy);
 }

@@ -7,17 +7,17 @@
 #include <memory>
 
 #include "frame/dispatch.h"
-#include "translate/sensorid.h"
 #include "tests/support/model.h"
 #include "textlog/logfilter.h"
 #include "textlog/logmerger.h"
 #include "translate/resmgr.h"
+#include "translate/sensorid.h"
 
 namespace {
 
 using Numbers = std::vector<uint64_t>;
 
-const std::string kLog = "/var/log/some.log", kLibrary = "/usr/zarp/lib/libresmgr.so";
+const std::string LOG = "/var/log/some.log", LIBRARY = "/usr/zarp/lib/libresmgr.so";
 
 class UnitTest : public ModuleTest {
  protected:
@@ -70,16 +70,16 @@ TEST_F(UnitTest, CallFormsOfTheDispatcher) {
 }
 
 TEST_F(UnitTest, KeywordsSelectLines) {
-  machine::WriteFile(kLog, "Feb  3 a: x one\nJan  9 b: y two\nJan 10 c: x three\nFeb  2 d: x four\nMar  1 e: y five\n");
+  machine::WriteFile(LOG, "Feb  3 a: x one\nJan  9 b: y two\nJan 10 c: x three\nFeb  2 d: x four\nMar  1 e: y five\n");
   char keyword[] = "x", nowhere[] = "z";
   uint64_t begin = 0, end = 2;
-  EXPECT_EQ(LogFilter(kLog.c_str(), keyword, nullptr, 1, nullptr, nullptr), 3U);
-  EXPECT_EQ(LogFilter(kLog.c_str(), keyword, nullptr, 0, &begin, &end), 2U);
+  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 1, nullptr, nullptr), 3U);
+  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 0, &begin, &end), 2U);
   EXPECT_EQ(begin, 1U);
-  EXPECT_EQ(LogFilter(kLog.c_str(), keyword, nullptr, 0, &begin, nullptr), 3U) << "half a range is none";
+  EXPECT_EQ(LogFilter(LOG.c_str(), keyword, nullptr, 0, &begin, nullptr), 3U) << "half a range is none";
   const std::string one = "Feb 03 a: x one\n", three = "Jan 10 c: x three\n", four = "Feb 02 d: x four\n";
   const struct {
-    int sort_first;
+    int sortFirst;
     uint64_t begin, end;  // 0: no range
     std::string listed;
     Numbers left;
@@ -94,14 +94,14 @@ TEST_F(UnitTest, KeywordsSelectLines) {
     end = c.end;
     uint64_t* first = c.begin != 0 ? &begin : nullptr;
     const auto count = static_cast<uint64_t>(std::count(c.listed.begin(), c.listed.end(), '\n'));
-    EXPECT_EQ(LogFilter(kLog.c_str(), keyword, result, c.sort_first, first, &end), count);
+    EXPECT_EQ(LogFilter(LOG.c_str(), keyword, result, c.sortFirst, first, &end), count);
     EXPECT_EQ(machine::ReadFile(result), c.listed);
     EXPECT_EQ((Numbers{begin, end}), c.left);
     machine::Remove(result);
   }
-  for (const int sort_first : {0, 1}) {
+  for (const int sortFirst : {0, 1}) {
     char result[RESULT_FILE_SIZE] = "before";
-    EXPECT_EQ(LogFilter(kLog.c_str(), nowhere, result, sort_first, nullptr, nullptr), 0U);
+    EXPECT_EQ(LogFilter(LOG.c_str(), nowhere, result, sortFirst, nullptr, nullptr), 0U);
     EXPECT_STREQ(result, "");
     EXPECT_EQ(TakeLines(), Lines{Dbg("LogFilter", "empty file!")});
   }
@@ -109,9 +109,9 @@ TEST_F(UnitTest, KeywordsSelectLines) {
 
 TEST_F(UnitTest, WhatIsRefusedLeavesEverythingAlone) {
   const std::string folder = "/var/log/" + std::string(120, 'f') + "/", fits = folder + std::string(40, 'n');
-  const std::string too_long = folder + std::string(120, 'n');
-  std::string long_keyword(256, 'k');
-  for (const std::string& path : {kLog, fits, too_long}) machine::WriteFile(path, MakeLog(2));
+  const std::string tooLong = folder + std::string(120, 'n');
+  std::string longKeyword(256, 'k');
+  for (const std::string& path : {LOG, fits, tooLong}) machine::WriteFile(path, MakeLog(2));
   EXPECT_EQ(LogFilter(fits.c_str(), nullptr, nullptr, 0, nullptr, nullptr), 2U);
   machine::WriteFile(fits, "");
   machine::Commands commands;
@@ -120,8 +120,8 @@ TEST_F(UnitTest, WhatIsRefusedLeavesEverythingAlone) {
     char* keyword;
     std::string message;
   } cases[] = {{nullptr, nullptr, "Parameter error!"},
-               {too_long.c_str(), nullptr, "Parameter error!"},
-               {kLog.c_str(), long_keyword.data(), "Parameter error!"},
+               {tooLong.c_str(), nullptr, "Parameter error!"},
+               {LOG.c_str(), longKeyword.data(), "Parameter error!"},
                {"/var/log/none", nullptr, "File /var/log/none doesn't exist!"}};
   for (const auto& c : cases) {
     char result[RESULT_FILE_SIZE] = "as it was";
@@ -133,7 +133,7 @@ TEST_F(UnitTest, WhatIsRefusedLeavesEverythingAlone) {
   }
   const std::string target = "/var/log/merged";
   const std::vector<std::pair<std::string, std::string>> merges = {
-      {fits + " " + fits, target}, {folder + std::string(110, 'n'), target}, {kLog, folder + std::string(130, 't')}};
+      {fits + " " + fits, target}, {folder + std::string(110, 'n'), target}, {LOG, folder + std::string(130, 't')}};
   for (const auto& [list, to] : merges) {
     std::string copy = list;
     EXPECT_EQ(LogMerger(copy.data(), to.c_str()), 0);
@@ -142,10 +142,10 @@ TEST_F(UnitTest, WhatIsRefusedLeavesEverythingAlone) {
   EXPECT_EQ(commands.TakeCalls(), std::multiset<std::string>());
   EXPECT_EQ(machine::Listing("/var/log").count("merged"), 0U);
   EXPECT_EQ(LogFilter(fits.c_str(), nullptr, nullptr, 0, nullptr, nullptr), 2U) << "the cache is still that log's";
-  std::string list = kLog + " /var/log/none " + kLog;
+  std::string list = LOG + " /var/log/none " + LOG;
   EXPECT_EQ(LogMerger(list.data(), target.c_str()), 0);
   EXPECT_EQ(machine::ReadFile(target), MakeLog(2) + MakeLog(2));
-  EXPECT_EQ(list.c_str(), kLog) << "the list is cut behind its first name";
+  EXPECT_EQ(list.c_str(), LOG) << "the list is cut behind its first name";
 }
 
 TEST_F(UnitTest, TheTextOfTheSensorTable) {
@@ -173,8 +173,8 @@ TEST_F(UnitTest, TheTextOfTheSensorTable) {
 }
 
 TEST_F(UnitTest, StringsOfTheResourceManager) {
-  const std::string long_name(70, 'n');
-  Host().names = {{0x2001, "CPU0 Temp"}, {0x2002, ""}, {0x2004, long_name}};
+  const std::string longName(70, 'n');
+  Host().names = {{0x2001, "CPU0 Temp"}, {0x2002, ""}, {0x2004, longName}};
   const auto get = [](uint32_t type, uint32_t object, const char* fault) {
     Host().fault = fault;
     char untouched[] = "", *string = untouched;
@@ -186,27 +186,27 @@ TEST_F(UnitTest, StringsOfTheResourceManager) {
     return answer;
   };
   const std::string none = "Debug: <KESTRUNE> Resource manager is inexistent.\n";
-  const std::string no_size = "Debug: <KESTRUNE> Fail to get size of string.\n";
-  const std::string no_text = "Debug: <KESTRUNE> Fail to get string.\n";
-  constexpr uint32_t kName = GS_TYPE_SENSOR_NAME;
-  EXPECT_EQ(get(kName, 0x2001, ""), none);
+  const std::string noSize = "Debug: <KESTRUNE> Fail to get size of string.\n";
+  const std::string noText = "Debug: <KESTRUNE> Fail to get string.\n";
+  constexpr uint32_t NAME = GS_TYPE_SENSOR_NAME;
+  EXPECT_EQ(get(NAME, 0x2001, ""), none);
   machine::InstallResourceManager();
   testing::internal::CaptureStderr();
   ASSERT_EQ(InitResMgr(), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "Dbg (InitResMgr): Start to init ResMgr!\nDbg (InitResMgr): End initResMgr!\n");
-  EXPECT_EQ(get(kName, 0x2001, ""), "CPU0 Temp");
-  EXPECT_EQ(get(kName, 0x2002, ""), "");
-  EXPECT_EQ(get(kName, 0x2003, ""), no_size);
-  EXPECT_EQ(get(kName + 1, 0x2001, ""), no_size);
-  EXPECT_EQ(get(kName, 0x2001, "text"), no_text);
-  EXPECT_EQ(get(kName, 0x2001, "empty"), "") << "a size of 0";
-  EXPECT_EQ(get(kName, 0x2001, "full"), "CPU0 Temp") << "no NUL";
-  EXPECT_EQ(get(kName, 0x2004, "full"), long_name) << "no NUL";
-  EXPECT_EQ(get(kName, 0x2001, "short"), "CPU0 Te");
+  EXPECT_EQ(get(NAME, 0x2001, ""), "CPU0 Temp");
+  EXPECT_EQ(get(NAME, 0x2002, ""), "");
+  EXPECT_EQ(get(NAME, 0x2003, ""), noSize);
+  EXPECT_EQ(get(NAME + 1, 0x2001, ""), noSize);
+  EXPECT_EQ(get(NAME, 0x2001, "text"), noText);
+  EXPECT_EQ(get(NAME, 0x2001, "empty"), "") << "a size of 0";
+  EXPECT_EQ(get(NAME, 0x2001, "full"), "CPU0 Temp") << "no NUL";
+  EXPECT_EQ(get(NAME, 0x2004, "full"), longName) << "no NUL";
+  EXPECT_EQ(get(NAME, 0x2001, "short"), "CPU0 Te");
   UninitResMgr();
   EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
-  EXPECT_EQ(get(kName, 0x2001, ""), none);
+  EXPECT_EQ(get(NAME, 0x2001, ""), none);
 }
 
 TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
@@ -216,13 +216,13 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
     const char* omitted;        // null: there is no library
     int starts;                 // what MgrInit answers
     std::string begins, holds;  // the report, with what the loader says in between
-    bool stays_up;
-  } cases[] = {{nullptr, 1, kLibrary, "No such file", false},
-               {"MgrInit", 1, kLibrary, "MgrInit\n", false},
+    bool staysUp;
+  } cases[] = {{nullptr, 1, LIBRARY, "No such file", false},
+               {"MgrInit", 1, LIBRARY, "MgrInit\n", false},
                {"", 0, start + "Err (InitResMgr): Failed to initialize ResMgr!\n", "", false},
-               {"GetStringA", 1, end + kLibrary, "GetStringA\n", false},
-               {"GetStringW", 1, end + kLibrary, "GetStringW\n", false},
-               {"MgrUninit", 1, end + kLibrary, "MgrUninit\n", true}};
+               {"GetStringA", 1, end + LIBRARY, "GetStringA\n", false},
+               {"GetStringW", 1, end + LIBRARY, "GetStringW\n", false},
+               {"MgrUninit", 1, end + LIBRARY, "MgrUninit\n", true}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.holds);
     Host().manager = c.starts;
@@ -235,7 +235,7 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
     EXPECT_EQ(report.substr(0, c.begins.size()), c.begins);
     EXPECT_NE(report.find(c.holds), std::string::npos) << report;
     EXPECT_EQ(report.back(), '\n');
-    EXPECT_EQ(Host().manager_is_up, c.stays_up);
+    EXPECT_EQ(Host().managerIsUp, c.staysUp);
     if (starts) {  // and stays
       EXPECT_TRUE(g_lpfnGetString != nullptr && g_lpfnGetStringW != nullptr);
       EXPECT_EQ(dlclose(g_hRscDll), 0);
@@ -244,7 +244,7 @@ TEST_F(UnitTest, ResourceManagersThatDoNotStartOrStop) {
       g_lpfnGetStringW = nullptr;
     }
     EXPECT_TRUE(g_hRscDll == nullptr && g_lpfnGetString == nullptr && g_lpfnGetStringW == nullptr);
-    EXPECT_EQ(dlopen(kLibrary.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in the process";
+    EXPECT_EQ(dlopen(LIBRARY.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr) << "it is still in the process";
   }
 }
 

@@ -1,5 +1,6 @@
-/// sensorid.h: which host sensor an IPMI sensor number stands for. The host hands the table over as a text of
-/// hexadecimal numbers separated by ";": IPMI sensor number, host sensor ID, the next pair, and so on.
+/// sensorid.h: which host sensor an IPMI sensor number stands for. (ZARP, in names and paths, is the host.) The host
+/// hands the table over as a text of hexadecimal numbers separated by ";": IPMI sensor number, host sensor ID, the next
+/// pair, and so on.
 #ifndef KESTRUNE_TRANSLATE_SENSORID_H_
 #define KESTRUNE_TRANSLATE_SENSORID_H_
 

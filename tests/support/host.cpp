@@ -28,15 +28,14 @@ class ScriptedController final : public standin::Controller {
  public:
   std::optional<uint32_t> CountEntries() override {
     if (Host().enumerate == 0) return std::nullopt;
-    return Host().sel_count.value_or(static_cast<uint32_t>(Host().sel.size()));
+    return Host().selCount.value_or(static_cast<uint32_t>(Host().sel.size()));
   }
 
   bool ReadEntry(tagSEL_DATA& entry) override {
-    const auto found = std::ranges::find_if(Host().sel, [wanted = entry.wRecordID](const ScriptedEntry& e) {
-      return wanted == 0 || e.record_id == wanted;
-    });
+    const auto found = std::ranges::find_if(
+        Host().sel, [wanted = entry.wRecordID](const ScriptedEntry& e) { return wanted == 0 || e.recordId == wanted; });
     if (found == Host().sel.end() || found->fails) return false;
-    entry = {found->record_id, found->next_id, found->record};
+    entry = {found->recordId, found->nextId, found->record};
     return true;
   }
 
@@ -48,8 +47,8 @@ class ScriptedController final : public standin::Controller {
 
 int GetString(uint16_t language, const standin::StringRequest& request, char* buffer, uint32_t* size) {
   const std::string& fault = Host().fault;
-  const auto name = Host().names.find(request.object_id);
-  if (language != 0x0409 || request.type != standin::kSensorName ||
+  const auto name = Host().names.find(request.objectId);
+  if (language != 0x0409 || request.type != standin::SENSOR_NAME ||
       request.arguments != decltype(request.arguments){} || name == Host().names.end() ||
       fault == (buffer == nullptr ? "size" : "text")) {
     return 0;
@@ -72,13 +71,13 @@ TestHost::TestHost() {
   initialize = 0;
   card = 1;
   controller = &g_controller;
-  on_output = [](int level, const std::string& text) {
-    Note(g_messages, std::to_string(level) + " " + text, Host().on_message);
+  onOutput = [](int level, const std::string& text) {
+    Note(g_messages, std::to_string(level) + " " + text, Host().onMessage);
   };
-  on_nubo = [](const std::string& call) { Note(g_calls, call, Host().on_call); };
-  sensor_table = [] { return Host().mapping ? *Host().mapping + '\0' : ""; };
+  onNubo = [](const std::string& call) { Note(g_calls, call, Host().onCall); };
+  sensorTable = [] { return Host().mapping ? *Host().mapping + '\0' : ""; };
   convert = [](uint32_t, const tagVARIANT&, tagVARIANT*) {};
-  get_string = GetString;
+  getString = GetString;
 }
 
 TestHost& Host() {

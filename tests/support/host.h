@@ -14,8 +14,8 @@
 
 /// One entry of the scripted controller's event log.
 struct ScriptedEntry {
-  uint16_t record_id;
-  uint16_t next_id;
+  uint16_t recordId;
+  uint16_t nextId;
   SELRecord record;
   bool fails = false;
 };
@@ -26,14 +26,14 @@ struct TestHost : standin::HostProcess {
 
   std::optional<std::string> mapping;     ///< text of G_IPMI_ZARP_ID; unset: its size is 0
   int enumerate = 1;                      ///< whether the controller tells its number of entries
-  std::optional<uint32_t> sel_count;      ///< that number; unset: as many as there are entries
+  std::optional<uint32_t> selCount;       ///< that number; unset: as many as there are entries
   std::vector<ScriptedEntry> sel;         ///< the event log; the front is its first entry
   std::map<uint32_t, std::string> names;  ///< the resource manager's, by the sensors' host IDs
   /// Of a string request, "size" and "text": that step fails; "empty": a size of 0 is told; "full": the size is filled
   /// without a NUL; "long": 8 bytes too many are told; "short": 3 too few, and all are written.
   std::string fault;
-  std::function<void(const std::string& line)> on_message;  ///< runs inside Output, with the line of TakeLines
-  std::function<void(const std::string& call)> on_call;     ///< runs first thing inside each gm... function
+  std::function<void(const std::string& line)> onMessage;  ///< runs inside Output, with the line of TakeLines
+  std::function<void(const std::string& call)> onCall;     ///< runs first thing inside each gm... function
 
   /// A controller that starts, with `text` as the table of sensor IDs.
   void PlugInController(const std::string& text) {

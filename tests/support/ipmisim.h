@@ -37,7 +37,7 @@ inline std::vector<uint8_t> MakeSDR(int type, int number, const std::vector<uint
 
 /// What a full record says of readings.
 struct Factors {
-  int form = 0, unit = 1, function = 0, m = 1, b = 0, b_exp = 0, r_exp = 0;
+  int form = 0, unit = 1, function = 0, m = 1, b = 0, bExp = 0, rExp = 0;
 };
 
 inline std::vector<uint8_t> MakeFull(int number, const std::string& name, const Factors& f, int owner = 0x20,
@@ -52,7 +52,7 @@ inline std::vector<uint8_t> MakeFull(int number, const std::string& name, const 
                        0,      f.function,
                        f.m,    f.m >> 2 & 0xC0,
                        f.b,    f.b >> 2 & 0xC0,
-                       0,      f.r_exp * 16 | (f.b_exp & 15)});
+                       0,      f.rExp * 16 | (f.bExp & 15)});
   body.resize(39);  // nominal reading, thresholds, hysteresis
   return MakeSDR(1, number, body, name, owner, lun);
 }
@@ -91,19 +91,19 @@ inline uint16_t FreePort(uint16_t port = 0) {
   const int tried = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
   socklen_t size = sizeof(address);
-  const bool is_free = bind(tried, reinterpret_cast<sockaddr*>(&address), size) == 0;
+  const bool isFree = bind(tried, reinterpret_cast<sockaddr*>(&address), size) == 0;
   getsockname(tried, reinterpret_cast<sockaddr*>(&address), &size);
   close(tried);
-  return is_free ? ntohs(address.sin_port) : uint16_t{0};
+  return isFree ? ntohs(address.sin_port) : uint16_t{0};
 }
 
 /// A controller on a loopback port of its own, with the users reader/secret (privilege: user) and boss/mighty
 /// (administrator), and an empty event log of at most `entries`. The simulator's own `commands` add to that.
 class IPMISimulator {
  public:
-  explicit IPMISimulator(const std::string& commands, bool knows_rmcp_plus = true, int entries = 12) {
+  explicit IPMISimulator(const std::string& commands, bool knowsRmcpPlus = true, int entries = 12) {
     const std::string any = " none md2 md5 straight\n";
-    const std::string guid = knows_rmcp_plus ? "guid a123456789abcdefa123456789abcdef\n" : "";
+    const std::string guid = knowsRmcpPlus ? "guid a123456789abcdefa123456789abcdef\n" : "";
     machine::WriteFile("/tmp/sim/lan.conf", "name \"test\"\nset_working_mc 0x20\nstartlan 1\naddr 127.0.0.1 " +
                                                 std::to_string(port_) + "\npriv_limit admin\nallowed_auths_user" + any +
                                                 "allowed_auths_admin" + any + guid + "endlan\n" +
@@ -139,7 +139,7 @@ class IPMISimulator {
     process_ = 0;
   }
 
-  uint16_t port() const { return port_; }
+  uint16_t Port() const { return port_; }
   /// What ipmitool prints, as administrator.
   std::string Tool(const std::string& arguments) const {
     return OutputOf("ipmitool -I lanplus -C 3 -H 127.0.0.1 -p " + std::to_string(port_) + " -U boss -P mighty " +

@@ -17,7 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kCommandFolder = "/usr/zarp/bin/", kCommandNotes = "/usr/zarp/commands";
+const std::string COMMAND_FOLDER = "/usr/zarp/bin/", COMMAND_NOTES = "/usr/zarp/commands";
 
 void Check(bool good, const std::string& what) {
   if (!good) throw std::system_error(errno, std::generic_category(), what);
@@ -100,24 +100,24 @@ void InstallResourceManager(const std::string& omitted) {
   fs::copy_file(name, "/usr/zarp/lib/libresmgr.so");
 }
 
-Commands::Commands() : real_path_(Variable("PATH")), path_("PATH", kCommandFolder.c_str()) {
+Commands::Commands() : realPath_(Variable("PATH")), path_("PATH", COMMAND_FOLDER.c_str()) {
   for (const char* name : {"awk", "cat", "cp", "grep", "mv", "rm", "sed", "sort", "tail", "wc"}) Before(name, "");
 }
 
-void Commands::Drop(const std::string& name) { Remove(kCommandFolder + name); }
+void Commands::Drop(const std::string& name) { Remove(COMMAND_FOLDER + name); }
 
 void Commands::Before(const std::string& name, const std::string& script) {
-  const std::string file = kCommandFolder + name;
-  WriteFile(file, "#!/bin/sh\nprintf '%s\\n' \"" + name + " $*\" >> " + kCommandNotes + "\nPATH=" + real_path_ +
+  const std::string file = COMMAND_FOLDER + name;
+  WriteFile(file, "#!/bin/sh\nprintf '%s\\n' \"" + name + " $*\" >> " + COMMAND_NOTES + "\nPATH=" + realPath_ +
                       "\nreal=$(command -v " + name + ")\n" + script + "\nexec $real \"$@\"\n");
   fs::permissions(file, fs::perms(0755));
 }
 
 std::multiset<std::string> Commands::TakeCalls() {
   std::multiset<std::string> calls;
-  std::ifstream notes(kCommandNotes);
+  std::ifstream notes(COMMAND_NOTES);
   for (std::string line; std::getline(notes, line);) calls.insert(line);
-  Remove(kCommandNotes);
+  Remove(COMMAND_NOTES);
   return calls;
 }
 

@@ -77,7 +77,7 @@ class Commands {
   std::multiset<std::string> TakeCalls();
 
  private:
-  std::string real_path_;
+  std::string realPath_;
   ScopedVariable path_;
 };
 

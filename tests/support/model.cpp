@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr size_t kChunk = 510;  // what one read of a line takes
+constexpr size_t CHUNK = 510;  // what one read of a line takes
 
 Lines SplitLines(const std::string& content) {
   Lines lines;
@@ -19,11 +19,11 @@ Lines SplitLines(const std::string& content) {
 
 /// 1 to 12, or 0 when the line does not begin with a month.
 size_t Month(const std::string& line) {
-  constexpr std::string_view kMonths = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
+  constexpr std::string_view MONTHS = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
   std::string name = line.substr(std::min(line.find_first_not_of(" \t"), line.size()), 3);
   std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::toupper(c); });
   size_t month = 12;
-  while (month > 0 && kMonths.substr(month * 3 - 3, 3) != name) --month;
+  while (month > 0 && MONTHS.substr(month * 3 - 3, 3) != name) --month;
   return month;
 }
 
@@ -35,23 +35,23 @@ std::string Cut(const std::string& text, size_t from, size_t to = std::string::n
   return from < text.size() ? text.substr(from, to - from) : "";
 }
 
-Row MakeRow(const std::string& text, bool is_long, size_t index, uint32_t id) {
+Row MakeRow(const std::string& text, bool isLong, size_t index, uint32_t id) {
   const size_t blank = text.find(' ', 16);
   std::string source, message;
   if (blank != std::string::npos) {
     const size_t colon = text.find(':', blank + 1);
     const size_t start = colon == std::string::npos ? blank + 1 : colon + 2;
     if (colon != std::string::npos) source = Cut(text, blank + 1, colon);
-    if (start < (is_long ? 511 : text.size() - 1)) message = Cut(text, start);
+    if (start < (isLong ? 511 : text.size() - 1)) message = Cut(text, start);
   }
   return {static_cast<uint32_t>(index),
           id,
-          kTextShape,
+          TEXT_SHAPE,
           {Cut(text, 0, 6), Cut(text, 7, 15), source, Cut(text, 16, blank), message}};
 }
 
 /// The lines as the module lists them: newest first, the day padded with a zero, long ones read in chunks.
-Rows List(Lines lines, uint32_t id, size_t first_index) {
+Rows List(Lines lines, uint32_t id, size_t firstIndex) {
   for (std::string& line : lines) {
     if (line.size() > 4 && line[4] == ' ') line[4] = '0';
   }
@@ -59,11 +59,11 @@ Rows List(Lines lines, uint32_t id, size_t first_index) {
   Rows rows;
   for (const std::string& line : lines) {
     for (std::string rest = line + '\n'; !rest.empty() && rows.size() < lines.size();) {
-      std::string chunk = rest.substr(0, kChunk);
+      std::string chunk = rest.substr(0, CHUNK);
       rest.erase(0, chunk.size());
-      const bool is_long = chunk.back() != '\n';
-      is_long ? rest.erase(0, kChunk) : chunk.erase(chunk.size() - 1);
-      rows.push_back(MakeRow(chunk.c_str(), is_long, first_index + rows.size(), id));  // up to a NUL
+      const bool isLong = chunk.back() != '\n';
+      isLong ? rest.erase(0, CHUNK) : chunk.erase(chunk.size() - 1);
+      rows.push_back(MakeRow(chunk.c_str(), isLong, firstIndex + rows.size(), id));  // up to a NUL
     }
   }
   return rows;

@@ -43,7 +43,7 @@ Reply Send(const HostModule& module, const ItemRequest& request) {
   // The identifier of the group form is four bytes shorter.
   const auto* bytes = reinterpret_cast<const char*>(&request.identifier);
   std::vector<char> identifier(bytes, bytes + (request.identifier.dwIDVType == IDV_CONFIGGROUP ? 12 : 16));
-  const std::vector<char> identifier_before = identifier;
+  const std::vector<char> identifierBefore = identifier;
   standin::MarkedItems items(std::max(request.count, 1U));
 
   TakeLines();
@@ -52,7 +52,7 @@ Reply Send(const HostModule& module, const ItemRequest& request) {
                       request.array ? items.data() : nullptr);
   Reply reply{result, range.dwCount, range.dwBegin, range.dwEnd, {}, TakeLines()};
   EXPECT_EQ(range.dwReserved, 0x5EEDU);
-  EXPECT_EQ(identifier, identifier_before);
+  EXPECT_EQ(identifier, identifierBefore);
   EXPECT_TRUE(!request.array || reply.count <= request.count);
   const size_t filled = result == 1 && request.array ? std::min(reply.count, request.count) : 0;
   EXPECT_EQ(items.CountFilled(), filled);
@@ -66,16 +66,16 @@ ModuleTest::ModuleTest() {
   standin::host = &Host();
   TakeLines();
   TakeCalls();
-  tmp_before_ = machine::Listing("/tmp");
-  descriptors_before_ = machine::OpenDescriptors();
+  tmpBefore_ = machine::Listing("/tmp");
+  descriptorsBefore_ = machine::OpenDescriptors();
 }
 
 void ModuleTest::TearDown() {
-  Host().on_message = nullptr;
+  Host().onMessage = nullptr;
   Unload();
   EXPECT_EQ(NewInTmp(), std::set<std::string>());
   EXPECT_EQ(machine::Listing("/var/log").count("._app_log_.tmp"), 0U);
-  EXPECT_EQ(machine::OpenDescriptors(), descriptors_before_);
+  EXPECT_EQ(machine::OpenDescriptors(), descriptorsBefore_);
 }
 
 const HostModule& ModuleTest::Load() {
@@ -92,6 +92,6 @@ const HostModule& ModuleTest::Start() {
 
 std::set<std::string> ModuleTest::NewInTmp() const {
   std::set<std::string> names = machine::Listing("/tmp");
-  std::erase_if(names, [this](const std::string& name) { return tmp_before_.contains(name); });
+  std::erase_if(names, [this](const std::string& name) { return tmpBefore_.contains(name); });
   return names;
 }

@@ -44,9 +44,9 @@ using Rows = std::vector<Row>;
 inline void PrintTo(const Row& row, std::ostream* out) {
   *out << row.index << "/" << row.id << " [" << row.shape << "] " << testing::PrintToString(row.values);
 }
-inline constexpr char kTextShape[] = "4:1 5:1 6:1 8:1 9:1";
-inline constexpr char kSELShape[] = "4:1 5:1 9:1 10:1 11:1";
-inline constexpr char kPropertyShape[] = "1:1 2:10 3:10";
+inline constexpr char TEXT_SHAPE[] = "4:1 5:1 6:1 8:1 9:1";
+inline constexpr char SEL_SHAPE[] = "4:1 5:1 9:1 10:1 11:1";
+inline constexpr char PROPERTY_SHAPE[] = "1:1 2:10 3:10";
 
 /// What an item request gave back; begin and end belong to the ranged form.
 struct Reply {
@@ -105,8 +105,8 @@ class ModuleTest : public testing::Test {
 
  private:
   std::optional<HostModule> module_;
-  std::set<std::string> tmp_before_;
-  std::set<int> descriptors_before_;
+  std::set<std::string> tmpBefore_;
+  std::set<int> descriptorsBefore_;
 };
 
 #endif  // KESTRUNE_TESTS_SUPPORT_MODULE_H_

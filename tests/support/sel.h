@@ -43,7 +43,7 @@ inline std::vector<Row> PlainRows(size_t index, int origin, const std::string& m
   for (size_t i = marks.size(); i-- > 0;) {
     const std::string seconds = std::to_string(marks[i] - 'a' + 100).substr(1);
     const Lines values = {"Jan  1", "00:00:" + seconds, HexDump(PlainRecords(marks)[i]), "N/A", std::to_string(origin)};
-    rows.push_back({static_cast<uint32_t>(index++), LOG_SEL, kSELShape, values});
+    rows.push_back({static_cast<uint32_t>(index++), LOG_SEL, SEL_SHAPE, values});
   }
   return rows;
 }
@@ -53,7 +53,7 @@ inline std::vector<ScriptedEntry> MakeSEL(const Records& records) {
   std::vector<ScriptedEntry> log;
   uint16_t id = 0;
   for (const SELRecord& record : records) log.push_back({++id, static_cast<uint16_t>(id + 1), record});
-  if (!log.empty()) log.back().next_id = SEL_LAST_ENTRY;
+  if (!log.empty()) log.back().nextId = SEL_LAST_ENTRY;
   return log;
 }
 
@@ -65,8 +65,8 @@ inline std::vector<ScriptedEntry> MakeChain(const std::string& text) {
   for (std::string word; words >> word;) {
     char mark = 0;
     ScriptedEntry entry{0, SEL_LAST_ENTRY, {}, word.back() == '!'};
-    EXPECT_GE(std::sscanf(word.c_str(), "%hu%c>%hu", &entry.record_id, &mark, &entry.next_id), 2);
-    if (!log.empty() && log.back().next_id == SEL_LAST_ENTRY) log.back().next_id = entry.record_id;
+    EXPECT_GE(std::sscanf(word.c_str(), "%hu%c>%hu", &entry.recordId, &mark, &entry.nextId), 2);
+    if (!log.empty() && log.back().nextId == SEL_LAST_ENTRY) log.back().nextId = entry.recordId;
     entry.record = PlainRecords({mark})[0];
     log.push_back(entry);
   }
@@ -74,22 +74,22 @@ inline std::vector<ScriptedEntry> MakeChain(const std::string& text) {
 }
 
 /// The calls of one walk: for the count, then for the entries with these record IDs.
-inline Lines WalkCalls(const std::vector<int>& record_ids) {
+inline Lines WalkCalls(const std::vector<int>& recordIds) {
   Lines calls = {"gmSELEnumEntry"};
-  for (const int id : record_ids) calls.push_back("gmGetIPMIEntry " + std::to_string(id));
+  for (const int id : recordIds) calls.push_back("gmGetIPMIEntry " + std::to_string(id));
   return calls;
 }
 
 /// A SEL log file of these records, oldest first. Its size and checksum can be made wrong by a difference.
-inline std::string MakeLogFile(const Records& records, int size_error = 0, int checksum_error = 0) {
-  const int size = 9 + 16 * static_cast<int>(records.size()) + size_error;
+inline std::string MakeLogFile(const Records& records, int sizeError = 0, int checksumError = 0) {
+  const int size = 9 + 16 * static_cast<int>(records.size()) + sizeError;
   std::string file = "log?";  // four bytes that mean nothing to the module
   for (int shift = 0; shift < 32; shift += 8) file += static_cast<char>(size >> shift);
-  file += static_cast<char>(checksum_error - std::accumulate(file.begin(), file.end(), 0));
+  file += static_cast<char>(checksumError - std::accumulate(file.begin(), file.end(), 0));
   for (const SELRecord& record : records) file.append(record.begin(), record.end());
   return file;
 }
-inline constexpr char kLogFile[] = "/etc/zarp/conf/ipmi.log";
+inline constexpr char LOG_FILE[] = "/etc/zarp/conf/ipmi.log";
 
 /// Seeds the random numbers and returns the name that the next copy of the SEL log file gets.
 inline std::string SeedCopy() {
