@@ -5,11 +5,11 @@ root=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
 self=script/$(basename "$0")
 
 # Packages of Debian 12, by what they are needed for.
-build_packages=(g++ cmake ninja-build libcli11-dev nlohmann-json3-dev bubblewrap)
+build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev nlohmann-json3-dev bubblewrap)
 demo_packages=("${build_packages[@]}" socat)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
 package_packages=(dpkg-dev file)  # beside those to build
-test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev pkg-config)
+test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool)
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }

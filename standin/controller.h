@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "platform/nubo.h"
 #include "standin/sensors.h"
@@ -29,6 +30,10 @@ class Controller {
   /// (SEL_LAST_ENTRY when none does) and its record. Returns false, with `entry` as it was, when there is no such entry
   /// or the controller does not answer.
   virtual bool ReadEntry(tagSEL_DATA& entry) = 0;
+
+  /// Why the controller did not answer when it was last asked in vain, in one line. Empty when that did not happen
+  /// since the last call of this; an entry that is not there is an answer.
+  virtual std::string TakeProblem() { return {}; }
 
   /// The sensors, the same ones as long as the controller lives.
   virtual const Sensors& GetSensors() const = 0;

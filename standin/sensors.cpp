@@ -1,4 +1,4 @@
-/// sensors.cpp: reads the description of the sensors and converts readings by it.
+/// sensors.cpp: reads and writes the description of the sensors, and converts readings by it.
 #include "standin/sensors.h"
 
 #include <algorithm>
@@ -76,18 +76,30 @@ struct Place {
     if (value != nullptr && !value->is_boolean()) Refuse("/" + name, "neither true nor false");
     return value != nullptr && value->get<bool>();
   }
+
+  Linearisation Function(const std::string& name) const {
+    const std::string text = Text(name, false);
+    if (text.empty()) return Linearisation::LINEAR;
+    const auto* found = std::find(LINEARISATIONS.begin(), LINEARISATIONS.end(), text);
+    if (found != LINEARISATIONS.end()) return static_cast<Linearisation>(found - LINEARISATIONS.begin());
+    std::string allowed;
+    for (const std::string_view each : LINEARISATIONS) allowed.append(allowed.empty() ? " " : ", ").append(each);
+    Refuse("/" + name, "none of" + allowed);
+  }
 };
 
 Sensor ReadSensor(const Place& place) {
-  constexpr std::array MEMBERS{"number", "hostId", "name", "unit", "M", "B", "bExp", "rExp", "signed"};
+  constexpr std::array MEMBERS{"number", "hostId", "name",           "unit",         "M", "B", "bExp",
+                               "rExp",   "signed", "onesComplement", "linearisation"};
   if (!place.object.is_object()) place.Refuse("", "no object");
   for (const auto& member : place.object.items()) {
     if (std::find(MEMBERS.begin(), MEMBERS.end(), member.key()) == MEMBERS.end()) {
-      place.Refuse("/" + member.key(), "unknown; allowed are number hostId name unit M B bExp rExp signed");
+      place.Refuse("/" + member.key(),
+                   "unknown; allowed are number hostId name unit M B bExp rExp signed onesComplement linearisation");
     }
   }
   Sensor sensor;
-  sensor.number = static_cast<uint8_t>(place.Number("number", 1, 255, {}));
+  sensor.number = static_cast<uint8_t>(place.Number("number", 0, 255, {}));
   sensor.hostId = static_cast<uint32_t>(place.Number("hostId", 0, UINT32_MAX, {}));
   sensor.name = place.Text("name", true);
   sensor.unit = place.Text("unit", false);
@@ -96,6 +108,8 @@ Sensor ReadSensor(const Place& place) {
   sensor.bExp = static_cast<int>(place.Number("bExp", -8, 7, sensor.bExp));
   sensor.rExp = static_cast<int>(place.Number("rExp", -8, 7, sensor.rExp));
   sensor.isSigned = place.Flag("signed");
+  sensor.onesComplement = place.Flag("onesComplement");
+  sensor.linearisation = place.Function("linearisation");
   return sensor;
 }
 
@@ -138,6 +152,29 @@ Sensors ReadSensors(const std::string& path) {
   return sensors;
 }
 
+std::string DescribeSensors(const Sensors& sensors) {
+  const Sensor standard;
+  std::string text = "{\n  \"sensors\": [";
+  for (const Sensor& sensor : sensors) {
+    nlohmann::ordered_json object{{"number", sensor.number}, {"hostId", sensor.hostId}, {"name", sensor.name}};
+    const auto add = [&object](const char* name, const auto& value, const auto& otherwise) {
+      if (value != otherwise) object[name] = value;
+    };
+    add("unit", sensor.unit, std::string());
+    add("M", sensor.m, standard.m);
+    add("B", sensor.b, standard.b);
+    add("bExp", sensor.bExp, standard.bExp);
+    add("rExp", sensor.rExp, standard.rExp);
+    add("signed", sensor.isSigned, standard.isSigned);
+    add("onesComplement", sensor.onesComplement, standard.onesComplement);
+    if (sensor.linearisation != standard.linearisation) {
+      object["linearisation"] = LINEARISATIONS.at(static_cast<size_t>(sensor.linearisation));
+    }
+    text += (&sensor == &sensors.front() ? "\n    " : ",\n    ") + object.dump();
+  }
+  return text + "\n  ]\n}\n";
+}
+
 const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId) {
   const auto found =
       std::find_if(sensors.begin(), sensors.end(), [hostId](const Sensor& sensor) { return sensor.hostId == hostId; });
@@ -145,9 +182,14 @@ const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId) {
 }
 
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw) {
-  const int reading = sensor.isSigned ? static_cast<int8_t>(raw) : raw;
+  int reading = sensor.isSigned ? static_cast<int8_t>(raw) : raw;
+  if (reading < 0 && sensor.onesComplement) ++reading;
   const double offset = sensor.b * std::pow(10.0, sensor.bExp);
-  return std::llround((sensor.m * reading + offset) * std::pow(10.0, sensor.rExp));
+  const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.rExp);
+  const double value = Linearise(sensor.linearisation, linear);
+  if (!std::isfinite(value)) return 0;
+  constexpr double HIGHEST = 9e18;
+  return std::llround(std::clamp(value, -HIGHEST, HIGHEST));
 }
 
 }  // namespace standin

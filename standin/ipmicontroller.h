@@ -1,0 +1,48 @@
+/// ipmicontroller.h: a management controller that speaks IPMI, as modules see it: its event log and its sensors.
+#ifndef KESTRUNE_STANDIN_IPMICONTROLLER_H_
+#define KESTRUNE_STANDIN_IPMICONTROLLER_H_
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "standin/controller.h"
+#include "standin/ipmitransport.h"
+#include "standin/progress.h"
+
+namespace standin {
+
+class IPMIController : public Controller {
+ public:
+  /// Looks at the event log and reads the sensors. Throws Failure.
+  explicit IPMIController(std::unique_ptr<IPMITransport> transport, const Progress& progress = {});
+
+  /// One command to the controller.
+  std::optional<uint32_t> CountEntries() override;
+
+  /// One command to the controller. Record IDs are the controller's own.
+  bool ReadEntry(tagSEL_DATA& entry) override;
+
+  /// They are numbered by their places, from 1.
+  const Sensors& GetSensors() const override { return sensors_; }
+
+  /// What the sensors lack, or which were left out.
+  const std::vector<std::string>& Notes() const { return notes_; }
+
+  std::string TakeProblem() override { return std::exchange(problem_, {}); }
+
+ private:
+  uint32_t AskForCount();
+  void AddSensors(const Sensors& sensors);
+
+  std::unique_ptr<IPMITransport> transport_;
+  Sensors sensors_;
+  std::vector<std::string> notes_;
+  std::string problem_;
+};
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_IPMICONTROLLER_H_
