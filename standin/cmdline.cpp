@@ -75,13 +75,54 @@ std::wstring Widen(const std::string& text) {
   return wide;
 }
 
+/// Takes HOST[:PORT]; an IPv6 address with a port stands in brackets.
+void ParseAddress(const std::string& text, IPMIOptions& ipmi) {
+  const size_t colon = text.rfind(':');
+  const bool isBare = colon != std::string::npos && text.find(':') != colon && text.front() != '[';
+  const bool hasPort = colon != std::string::npos && !isBare && (text.front() != '[' || text[colon - 1] == ']');
+  std::string host = hasPort ? text.substr(0, colon) : text;
+  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  const auto port = hasPort ? ParseNumber(text.substr(colon + 1), UINT16_MAX) : IPMI_PORT;
+  if (host.empty() || !port || *port == 0) {
+    throw Failure(WRONG_ARGUMENTS, "--ipmi: '" + text + "' is no address; allowed is HOST or HOST:PORT");
+  }
+  ipmi.host = host;
+  ipmi.port = static_cast<uint16_t>(*port);
+}
+
 /// Values that are taken from their texts once all of the line is known to fit.
 struct Texts {
   std::string log;
   std::optional<std::string> lines;
   std::string text;
   std::optional<std::string> word;
+  std::optional<std::string> ipmi;
+  std::string privilege;
 };
+
+void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
+  CLI::Option* sel =
+      app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
+          ->type_name("FILE");
+  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
+  CLI::Option* ipmi =
+      app.add_option("--ipmi", texts.ipmi, "A controller in the network (else this machine's own, if it has one)")
+          ->type_name("HOST[:PORT]")
+          ->excludes(sel);
+  app.add_option("--ipmi-user", options.ipmi.user, "Its user")->type_name("NAME");
+  app.add_option("--ipmi-password-file", options.passwordFile,
+                 "File with the password (else $IPMI_PASSWORD, else asked)")
+      ->type_name("FILE");
+  app.add_option("--ipmi-privilege", texts.privilege, "Privilege to ask for (user)")
+      ->check(CLI::IsMember({"user", "operator", "administrator"}))
+      ->type_name("NAME");
+  app.add_option_function<int>(
+         "--ipmi-timeout", [&options](int seconds) { options.ipmi.timeout = std::chrono::seconds(seconds); },
+         "Seconds to wait for an answer (10)")
+      ->check(CLI::Range(1, 3600))
+      ->type_name("SECONDS");
+  app.add_flag("--no-controller", options.noController, "No controller")->excludes(sel)->excludes(ipmi);
+}
 
 void AddGlobalOptions(CLI::App& app, Options& options) {
   app.set_version_flag("--version", "kestrune-host " KESTRUNE_VERSION);
@@ -93,9 +134,6 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
       ->check(CLI::Range(INT_MIN, INT_MAX))
       ->type_name("CODE");
   app.add_flag("--verbose", options.verbose, "Show the module's messages on standard error");
-  app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
-      ->type_name("FILE");
-  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
   app.add_option("--sel-log", options.selLog, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
       ->type_name("FILE");
   app.require_subcommand(1);
@@ -130,6 +168,12 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
   addFormat(settings);
 
   app.add_subcommand("dump-sel", "Have the module dump the controller's log");
+
+  CLI::App* save = app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
+  save->add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
+  save->add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")
+      ->type_name("FILE");
+  save->add_flag("--force", options.force, "Overwrite files that are there");
 
   CLI::App* pack = app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
   pack->add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
@@ -171,6 +215,7 @@ Options ParseCommandLine(int argc, char** argv) {
   options.module = DefaultModule();
   Texts texts;
   AddGlobalOptions(app, options);
+  AddControllerOptions(app, options, texts);
   AddCommands(app, options, texts);
   try {
     app.parse(argc, argv);
@@ -190,6 +235,13 @@ Options ParseCommandLine(int argc, char** argv) {
   }
   if (texts.lines) options.lines = ParseLines(*texts.lines);
   if (texts.word) options.word = ParseWord(*texts.word);
+  if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
+  if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
+  if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
+  if (options.command == "save" && !options.savedSel && !options.savedSensors) {
+    throw Failure(WRONG_ARGUMENTS,
+                  "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
+  }
   options.text = Widen(texts.text);
   return options;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "standin/ipmioptions.h"
 #include "standin/requests.h"
 
 namespace standin {
@@ -21,15 +22,21 @@ struct Options {
   std::optional<std::string> sel;
   std::optional<std::string> sensors;
   std::optional<std::string> selLog;
+  bool noController = false;
+  IPMIOptions ipmi;  ///< without the password
+  std::optional<std::string> passwordFile;
 
-  std::string format = "table";  ///< table, csv or json
-  uint16_t log = 0;              ///< show
-  std::optional<Lines> lines;    ///< show
-  uint32_t level = 0;            ///< write
-  std::wstring text;             ///< write
-  std::optional<uint64_t> word;  ///< settings
-  std::string raw;               ///< pack-sel
-  std::string packed;            ///< pack-sel
+  std::string format = "table";             ///< table, csv or json
+  uint16_t log = 0;                         ///< show
+  std::optional<Lines> lines;               ///< show
+  uint32_t level = 0;                       ///< write
+  std::wstring text;                        ///< write
+  std::optional<uint64_t> word;             ///< settings
+  std::string raw;                          ///< pack-sel
+  std::string packed;                       ///< pack-sel
+  std::optional<std::string> savedSel;      ///< save
+  std::optional<std::string> savedSensors;  ///< save
+  bool force = false;                       ///< save
 };
 
 /// Throws Failure (wrong arguments) with what was wrong and what is allowed.

@@ -15,11 +15,15 @@
 #include <string>
 #include <utility>
 
+#include "standin/capture.h"
 #include "standin/cmdline.h"
 #include "standin/failure.h"
 #include "standin/host.h"
+#include "standin/ipmiconnection.h"
+#include "standin/ipmicontroller.h"
 #include "standin/messages.h"
 #include "standin/module.h"
+#include "standin/password.h"
 #include "standin/recordlog.h"
 #include "standin/requests.h"
 #include "standin/selfile.h"
@@ -61,8 +65,28 @@ void RequireCommands() {
   if (!missing.empty()) throw Failure(REQUEST_FAILED, "commands that the module runs are not in PATH:" + missing);
 }
 
+/// Shows on a terminal how far a long reading has come.
+Progress ShowProgress() {
+  if (isatty(STDERR_FILENO) == 0) return {};
+  return [](size_t read, size_t of) {
+    if (read % 16 != 0 && read != of) return;
+    std::fprintf(stderr, "\r%zu of %zu records read%s", read, of, read == of ? "\n" : "");
+  };
+}
+
+std::unique_ptr<Controller> ConnectToController(const Options& options) {
+  IPMIOptions ipmi = options.ipmi;
+  if (ipmi.host) ipmi.password = GetPassword(options.passwordFile);
+  auto controller = std::make_unique<IPMIController>(std::make_unique<IPMIConnection>(ipmi), ShowProgress());
+  for (const std::string& note : controller->Notes()) std::fprintf(stderr, "note: %s\n", note.c_str());
+  return controller;
+}
+
 /// The controller that the options describe.
 std::unique_ptr<Controller> MakeController(const Options& options) {
+  if (!options.sel && !options.noController && (options.ipmi.host || FindIPMIDevice())) {
+    return ConnectToController(options);
+  }
   Sensors sensors = options.sensors ? ReadSensors(*options.sensors) : Sensors();
   if (!options.sel) return std::make_unique<NoController>();
   return std::make_unique<RecordLog>(ReadRawRecords(*options.sel, MAX_SEL_RECORDS), std::move(sensors));
@@ -114,6 +138,10 @@ void Run(const Options& options) {
     Print(options.answer);
   } else if (options.command == "pack-sel") {
     PackSelLog(options.raw, options.packed);
+  } else if (options.command == "save") {
+    const std::unique_ptr<Controller> controller = MakeController(options);
+    if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "there is no controller here whose log could be saved");
+    SaveCapture(*controller, options.savedSel, options.savedSensors, options.force, ShowProgress());
   } else {
     RequireCommands();
     // All of the machine has to be there before the module starts.
@@ -125,6 +153,8 @@ void Run(const Options& options) {
     // The module is stopped before anything is shown: a reader may take its time.
     const Table table = LoadAndAsk(options);
     if (!table.columns.empty()) Show(table, options.format);
+    // The module takes a controller that does not answer for an empty log.
+    if (const std::string problem = controller->TakeProblem(); !problem.empty()) throw Failure(REQUEST_FAILED, problem);
   }
 }
 

@@ -105,6 +105,22 @@ TEST(IPMISimulator, SensorsAndReadings) {
   EXPECT_EQ(ReadSensors("/tmp/sensors.json"), controller.GetSensors());
 }
 
+TEST(IPMISimulator, KestruneHostShowsAndSavesALog) {
+  machine::InstallResourceManager();
+  const IPMISimulator simulator(AddSDR(MakeFull(1, Latin("CPU Temp"), {})));
+  simulator.AddEvent(1);
+  const std::string host = std::getenv("KESTRUNE_HOST");
+  const std::string live = host + " --ipmi 127.0.0.1:" + std::to_string(simulator.Port()) + " --ipmi-user reader ";
+  const std::string shown = OutputOf("IPMI_PASSWORD=secret " + live + "show sel --format csv");
+  EXPECT_NE(shown.find("CPU Temp over-temperature: 80 degrees C"), std::string::npos) << shown;
+  machine::WriteFile("/tmp/password", "secret\n");
+  OutputOf(live + "--ipmi-password-file /tmp/password save --sel /tmp/saved.raw --sensors /tmp/saved.json");
+  EXPECT_EQ(OutputOf(host + " --sel /tmp/saved.raw --sensors /tmp/saved.json show sel --format csv"), shown);
+  EXPECT_EQ(OutputOf("IPMI_PASSWORD=wrong " + live + "show sel 2>&1; echo $?"),
+            "kestrune-host: no session with the controller at 127.0.0.1 port " + std::to_string(simulator.Port()) +
+                ": wrong user or password\n1\n");
+}
+
 TEST(IPMISimulator, LogsThatChange) {
   const IPMISimulator simulator("");
   IPMIController controller(std::make_unique<IPMIConnection>(OptionsFor(simulator)));
