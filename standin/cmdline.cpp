@@ -1,35 +1,25 @@
 /// cmdline.cpp: the command line of kestrune-host, and what to say of one that is wrong.
 #include "standin/cmdline.h"
 
-#include <sys/auxv.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <climits>
 #include <cstdlib>
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include "standin/failure.h"
+#include "standin/ownfile.h"
 
 namespace standin {
 namespace {
 
-/// The module of the environment, else that which was installed or built with this program: both stand in a known place
-/// beside its folder, wherever that is.
+/// The module of the environment, else that which came with this program.
 std::string DefaultModule() {
   const char* path = std::getenv("KESTRUNE_MODULE");
   if (path != nullptr && *path != '\0') return path;
-  // Known without /proc, too.
-  const auto* program = reinterpret_cast<const char*>(getauxval(AT_EXECFN));  // NOLINT(performance-no-int-to-ptr)
-  std::error_code error;
-  const auto pathOfProgram = std::filesystem::canonical(program != nullptr ? program : "", error);
-  const std::filesystem::path above = pathOfProgram.parent_path().parent_path();
-  const std::filesystem::path installed = above / KESTRUNE_INSTALLED_MODULE;
-  return std::filesystem::exists(installed, error) ? installed : above / KESTRUNE_BUILT_MODULE;
+  return OwnFile(KESTRUNE_INSTALLED_MODULE, KESTRUNE_BUILT_MODULE);
 }
 
 /// A whole number: decimal, or hexadecimal after 0x.

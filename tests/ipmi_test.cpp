@@ -106,7 +106,6 @@ TEST(IPMISimulator, SensorsAndReadings) {
 }
 
 TEST(IPMISimulator, KestruneHostShowsAndSavesALog) {
-  machine::InstallResourceManager();
   const IPMISimulator simulator(AddSDR(MakeFull(1, Latin("CPU Temp"), {})));
   simulator.AddEvent(1);
   const std::string host = std::getenv("KESTRUNE_HOST");
