@@ -16,8 +16,10 @@
 #include "tests/support/host.h"
 #include "tests/support/machine.h"
 
+// NOLINTBEGIN(google-global-names-in-headers): nearly every line of the tests names a log by one of them
 using standin::Group;
 using standin::Type;
+// NOLINTEND(google-global-names-in-headers)
 
 /// The module, loaded afresh from the file that KESTRUNE_MODULE names. The end of the object stops it, unloads it and
 /// checks that it has left the process.
