@@ -13,6 +13,7 @@ Lines g_written;  // what went to the system log, each message after its priorit
 }
 
 /// In the place of the C library's function.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's names are its own
 extern "C" void syslog(int priority, const char* format, ...) {
   char text[1024];
   va_list arguments;

@@ -214,7 +214,7 @@ TEST_F(UnitTest, VariantsOwnTheirStrings) {
   for (const wchar_t* text : {L"text", static_cast<const wchar_t*>(nullptr)}) {
     std::memset(&source, 0x5A, sizeof(source));
     source.vt = VT_BSTR;
-    const BSTR string = source.value.bstrVal = SysAllocString(text);
+    BSTR string = source.value.bstrVal = SysAllocString(text);
     EXPECT_EQ(VariantCopy(&target, &source), 0);
     EXPECT_TRUE(text == nullptr || target.value.bstrVal != string);
     EXPECT_EQ(VariantClear(&source), 0);
