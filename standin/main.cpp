@@ -84,8 +84,16 @@ std::unique_ptr<Controller> ConnectToController(const Options& options) {
 
 /// The controller that the options describe.
 std::unique_ptr<Controller> MakeController(const Options& options) {
-  if (!options.sel && !options.noController && (options.ipmi.host || FindIPMIDevice())) {
-    return ConnectToController(options);
+  if (options.ipmi.host) return ConnectToController(options);
+  if (!options.sel && !options.noController && FindIPMIDevice()) {
+    // A plain user may have no right to the machine's own controller, and does not need it for the text logs.
+    const bool isAskedFor = options.command == "save" || options.command == "dump-sel" || options.log == LOG_SEL;
+    try {
+      return ConnectToController(options);
+    } catch (const Failure& failure) {
+      if (isAskedFor) throw;
+      std::fprintf(stderr, "note: %s\n", failure.what());
+    }
   }
   Sensors sensors = options.sensors ? ReadSensors(*options.sensors) : Sensors();
   if (!options.sel) return std::make_unique<NoController>();
