@@ -48,6 +48,9 @@ struct Pair {
   double MedianRatio();  ///< of ROUNDS
 };
 
+/// Prints a row of the table: the ratio, and whether it meets the goal, which is an upper bound unless `atLeast`.
+void Row(const char* work, const char* against, double ratio, double goal, bool atLeast = false);
+
 /// Bytes from operator new, the module's included.
 struct MemoryUse {
   int64_t peak;
