@@ -135,7 +135,7 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
   std::transform(LOGS.begin(), LOGS.end(), names.begin(), [](const LogName& log) { return log.name; });
   const auto addFormat = [&](CLI::App* command) {
     command->add_option("--format", options.format, "Form of the output")
-        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->check(CLI::IsMember({"table", "csv", "json", "jsonl"}))
         ->type_name("FORMAT");
   };
 

@@ -1,0 +1,20 @@
+/// logtime.h: the times of text logs' lines, which have no year, and of time stamps that are shown.
+#ifndef KESTRUNE_STANDIN_LOGTIME_H_
+#define KESTRUNE_STANDIN_LOGTIME_H_
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace standin {
+
+/// The time of a line with this date ("Aug 18", "Aug  8" or "Aug 08") and time of day, both local, in a file that was
+/// last written at `written`: the last time of that name until then. Nothing for what is no date and time.
+std::optional<int64_t> InferTime(const std::string& date, const std::string& time, int64_t written);
+
+/// "2026-08-18T12:56:35+02:00": local time with the zone's offset.
+std::string FormatLocal(int64_t seconds);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_LOGTIME_H_
