@@ -88,6 +88,7 @@ struct Texts {
   std::optional<std::string> word;
   std::optional<std::string> ipmi;
   std::string privilege;
+  std::vector<std::string> followed;
 };
 
 void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
@@ -145,6 +146,20 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
   show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
   show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
   addFormat(show);
+
+  CLI::App* follow = app.add_subcommand("follow", "Show new records of logs as they come, until a signal ends it");
+  follow->add_option("LOG", texts.followed, "The logs")->required()->check(CLI::IsMember(names))->type_name("");
+  follow->add_option("-n", options.follow.newest, "First the newest N records of each (0)")->type_name("N");
+  follow
+      ->add_option_function<int>(
+          "--interval", [&options](int seconds) { options.follow.interval = std::chrono::seconds(seconds); },
+          "Seconds between two looks (5)")
+      ->check(CLI::Range(1, 86'400))
+      ->type_name("SECONDS");
+  follow->add_option("--format", options.follow.format, "Form of the output (table)")
+      ->check(CLI::IsMember({"table", "csv", "jsonl"}))
+      ->type_name("FORMAT");
+  follow->add_option("--columns", options.follow.columns, "Fields to show")->type_name("NAME,...");
 
   CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
   write->add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
@@ -222,6 +237,8 @@ Options ParseCommandLine(int argc, char** argv) {
   options.command = app.get_subcommands().front()->get_name();
   for (const LogName& log : LOGS) {
     if (texts.log == log.name) options.log = log.id;
+    // Each log once, in the catalogue's order.
+    if (std::count(texts.followed.begin(), texts.followed.end(), log.name) > 0) options.follow.logs.push_back(log.id);
   }
   if (texts.lines) options.lines = ParseLines(*texts.lines);
   if (texts.word) options.word = ParseWord(*texts.word);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "standin/follow.h"
 #include "standin/ipmioptions.h"
 #include "standin/requests.h"
 
@@ -29,6 +30,7 @@ struct Options {
   std::string format = "table";             ///< table, csv or json
   uint16_t log = 0;                         ///< show
   std::optional<Lines> lines;               ///< show
+  FollowOptions follow;                     ///< follow
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

@@ -15,7 +15,7 @@ namespace standin {
 struct FileState {
   ino_t number = 0;
   off_t size = 0;
-  int64_t changed = 0;  ///< nanoseconds since 1970
+  int64_t written = 0;  ///< when it was last written: nanoseconds since 1970
   std::string head;     ///< its first bytes
 
   bool operator==(const FileState&) const = default;

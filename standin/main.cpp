@@ -3,6 +3,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -88,7 +89,8 @@ std::unique_ptr<Controller> MakeController(const Options& options) {
   if (options.ipmi.host) return ConnectToController(options);
   if (!options.sel && !options.noController && FindIPMIDevice()) {
     // A plain user may have no right to the machine's own controller, and does not need it for the text logs.
-    const bool isAskedFor = options.command == "save" || options.command == "dump-sel" || options.log == LOG_SEL;
+    const bool isAskedFor = options.command == "save" || options.command == "dump-sel" || options.log == LOG_SEL ||
+                            std::count(options.follow.logs.begin(), options.follow.logs.end(), LOG_SEL) > 0;
     try {
       return ConnectToController(options);
     } catch (const Failure& failure) {
@@ -151,6 +153,10 @@ void Run(const Options& options) {
     host->dist = options.distribution;
     TakeMessages(options.verbose);
     if (options.selLog) LaySelLog(*options.selLog);
+    if (options.command == "follow") {
+      const StreamGuard guard(options.verbose);
+      return Follow(options.module, options.follow, keeper);
+    }
     // The module is stopped before anything is shown: a reader may take its time.
     const Table table = LoadAndAsk(options, keeper);
     if (!table.columns.empty()) Show(table, options.format);

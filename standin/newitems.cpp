@@ -30,16 +30,17 @@ size_t CountNew(const Keys& seen, const Keys& listed) {
   return listed.size();
 }
 
-std::vector<size_t> SeenLines::TakeNew(const Keys& listed) {
-  std::unordered_map<size_t, size_t> counts;
-  std::vector<size_t> places;
-  for (size_t i = 0; i < listed.size(); ++i) {
-    const size_t hash = std::hash<std::string>()(listed[i]);
-    const auto before = counts_.find(hash);
-    if (++counts[hash] > (before == counts_.end() ? 0 : before->second)) places.push_back(i);
+bool SeenLines::Note(const std::string& key) {
+  const size_t hash = std::hash<std::string>()(key);
+  const auto before = before_.find(hash);
+  return ++listed_[hash] > (before == before_.end() ? 0 : before->second);
+}
+
+void SeenLines::EndList(bool isWhole) {
+  if (!isWhole) {
+    for (const auto& [hash, count] : before_) listed_[hash] = std::max(listed_[hash], count);
   }
-  counts_ = std::move(counts);
-  return places;
+  before_ = std::exchange(listed_, {});
 }
 
 }  // namespace standin

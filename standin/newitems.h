@@ -14,12 +14,12 @@ namespace standin {
 
 using Keys = std::vector<std::string>;
 
-/// Of a log that has an order of its own, such as the controller's: both lists are newest first. The two belong together
-/// where a run of `listed` that starts there is found in `seen`, over CHAIN records or as far as both lists go; what
-/// stands before the first such place is new, and all of it where there is none. So a log that lost its oldest records,
-/// or was cleared and filled anew in front of an archive, goes on behind what was seen. A single record is such a place
-/// only when it was the newest one: a cleared log may begin as the old one did.
-/// Returns the number of records that are new.
+/// Of a log that has an order of its own, such as the controller's: both lists are newest first. The two belong
+/// together where a run of `listed` that starts there is found in `seen`, over CHAIN records or as far as both lists
+/// go; what stands before the first such place is new, and all of it where there is none. So a log that lost its oldest
+/// records, or was cleared and filled anew in front of an archive, goes on behind what was seen. A single record is
+/// such a place only when it was the newest one: a cleared log may begin as the old one did. Returns the number of
+/// records that are new.
 size_t CountNew(const Keys& seen, const Keys& listed);
 inline constexpr size_t CHAIN = 8;
 
@@ -27,14 +27,16 @@ inline constexpr size_t CHAIN = 8;
 /// more than it was before, it is new.
 class SeenLines {
  public:
-  /// Returns the places in `listed` of the lines that are new, in its order, and from now on compares with this list.
-  std::vector<size_t> TakeNew(const Keys& listed);
+  /// Notes the next line of a list. Returns whether it is new.
+  bool Note(const std::string& key);
 
-  /// Every line is new next time.
-  void Forget() { counts_.clear(); }
+  /// Ends the list, with which the next one is compared. One that is not whole leaves out lines that were seen before.
+  void EndList(bool isWhole);
 
  private:
-  std::unordered_map<size_t, size_t> counts_;  ///< by the keys' hashes: a long log need not stand in memory
+  using Counts = std::unordered_map<size_t, size_t>;  ///< by the keys' hashes: a long log need not stand in memory
+  Counts before_;
+  Counts listed_;
 };
 
 }  // namespace standin

@@ -21,6 +21,7 @@ class RecordKeeper final : public Controller {
 
   bool IsPresent() override { return controller_.IsPresent(); }
   std::optional<uint32_t> CountEntries() override;
+  std::optional<LogState> GetLogState() override { return controller_.GetLogState(); }
   bool ReadEntry(tagSEL_DATA& entry) override;
   std::string TakeProblem() override { return controller_.TakeProblem(); }
   const Sensors& GetSensors() const override { return controller_.GetSensors(); }

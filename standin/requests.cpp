@@ -1,15 +1,14 @@
 /// requests.cpp: the requests of a host, with the two calls that every list takes.
 #include "standin/requests.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <sstream>
+#include <ratio>
 #include <vector>
 
 #include "standin/failure.h"
 #include "standin/items.h"
+#include "standin/logfiles.h"
 #include "standin/logtime.h"
 #include "standin/messages.h"
 #include "standin/selfields.h"
@@ -108,14 +107,9 @@ std::string Hexadecimal(uint64_t word, int digits) {
 
 /// When the files of a text log were last written, in seconds since 1970; 0 when they are not there.
 int64_t LastWritten(const Module& module, uint16_t id) {
-  std::istringstream files(id == LOG_APPLICATION ? *module.AppLogList
-                           : id == LOG_SECURE    ? "/var/log/secure"
-                           : id == LOG_MESSAGES  ? "/var/log/messages"
-                                                 : "/var/log/agent.log");
   int64_t last = 0;
-  for (std::string file; files >> file;) {
-    struct stat status {};
-    if (stat(file.c_str(), &status) == 0) last = std::max<int64_t>(last, status.st_mtime);
+  for (const std::string& file : FilesOf(id, *module.AppLogList)) {
+    last = std::max<int64_t>(last, LookAt(file).written / std::nano::den);
   }
   return last;
 }
@@ -199,6 +193,13 @@ bool OffersLog(const Module& module, uint16_t id) {
 std::string LogTitle(uint16_t id) {
   const auto log = std::find_if(LOGS.begin(), LOGS.end(), [id](const LogName& each) { return each.id == id; });
   return log == LOGS.end() ? "" : log->name;
+}
+
+uint32_t CountRecords(const Module& module, uint16_t id) {
+  tagIDV identifier = Group(id);
+  uint32_t count = 0;
+  if (!Request(module, SP_OP_GET, SP_CONFIGITEM, &identifier, &count, nullptr)) Refused(SP_CONFIGITEM);
+  return count;
 }
 
 Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines, const RecordKeeper& keeper) {

@@ -50,6 +50,9 @@ Table ListLogs(const Module& module);
 /// Whether the module offers this log.
 bool OffersLog(const Module& module, uint16_t id);
 
+/// The number of records of a log.
+uint32_t CountRecords(const Module& module, uint16_t id);
+
 /// The records of a log, newest first, all of them or some. `keeper` is the host's controller, which has kept the event
 /// log's records.
 Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines, const RecordKeeper& keeper);

@@ -147,6 +147,21 @@ std::string RenderTable(const Table& table, size_t width) {
   return text;
 }
 
+std::string RenderLine(const std::vector<Column>& columns, const Row* row, std::vector<size_t>& widths,
+                       bool onTerminal) {
+  std::wstring line;
+  widths.resize(columns.size());
+  for (size_t i = 0; i < columns.size(); ++i) {
+    if (!columns[i].isInTable) continue;
+    std::wstring cell = row == nullptr ? FromUTF8(columns[i].name) : CellText(Field(columns[i], *row));
+    if (onTerminal) cell = Escape(cell);
+    widths[i] = std::max(widths[i], Width(cell));
+    line += cell + std::wstring(widths[i] - Width(cell) + GAP, L' ');
+  }
+  line.erase(line.find_last_not_of(L' ') + 1);
+  return ToLocale(line) + '\n';
+}
+
 std::string RenderCsv(const Table& table, bool onTerminal) {
   std::string text;
   const auto addLine = [&](auto cell) {

@@ -37,6 +37,11 @@ void ChooseColumns(Table& table, const std::string& names);
 /// does not fit is cut, with a mark in its place. Nothing then moves the cursor.
 std::string RenderTable(const Table& table, size_t width);
 
+/// A line of a table whose end is not known yet: the row's cells, or the columns' names without one, as wide as any of
+/// the lines before. `widths` belongs to the table and is empty at first.
+std::string RenderLine(const std::vector<Column>& columns, const Row* row, std::vector<size_t>& widths,
+                       bool onTerminal);
+
 /// RFC 4180: a header line, lines ended by CR LF, quotes where a cell needs them. Nothing but the ends of the lines
 /// moves the cursor `onTerminal`.
 std::string RenderCsv(const Table& table, bool onTerminal);
