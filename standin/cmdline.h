@@ -8,7 +8,7 @@
 
 #include "standin/follow.h"
 #include "standin/ipmioptions.h"
-#include "standin/requests.h"
+#include "standin/timeline.h"
 
 namespace standin {
 
@@ -27,9 +27,10 @@ struct Options {
   IPMIOptions ipmi;  ///< without the password
   std::optional<std::string> passwordFile;
 
-  std::string format = "table";             ///< table, csv or json
-  uint16_t log = 0;                         ///< show
-  std::optional<Lines> lines;               ///< show
+  std::string format = "table";             ///< table, csv, json or jsonl
+  std::optional<std::string> columns;       ///< show
+  uint16_t log = LOG_ALL;                   ///< show
+  View view;                                ///< show
   FollowOptions follow;                     ///< follow
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write

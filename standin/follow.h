@@ -13,8 +13,8 @@
 namespace standin {
 
 struct FollowOptions {
-  std::vector<uint16_t> logs;
-  uint32_t newest = 0;  ///< records shown first
+  std::vector<uint16_t> logs;  ///< all that the module offers when there is none
+  uint32_t newest = 0;         ///< records shown first
   std::chrono::seconds interval{5};
   std::string format = "table";
   std::optional<std::string> columns;

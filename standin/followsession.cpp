@@ -9,16 +9,17 @@
 
 namespace standin {
 
-FollowSession::FollowSession(std::string path, bool followsSEL, RecordKeeper& keeper)
-    : path_(std::move(path)), followsSEL_(followsSEL), keeper_(keeper) {
+FollowSession::FollowSession(std::string path, RecordKeeper& keeper) : path_(std::move(path)), keeper_(keeper) {
   Reload();
 }
 
 void FollowSession::Reload() {
   module_.reset();  // before the new one is loaded: the same file is loaded once
   module_ = std::make_unique<Module>(path_);
+  keeper_.Forget();
   Start(*module_);
   lastTextLog_ = 0;
+  knowsSEL_ = false;
   appFiles_ = std::max(appFiles_, Files(LOG_APPLICATION).size());
 }
 
@@ -41,10 +42,13 @@ bool FollowSession::TurnAway(uint16_t log) {
 }
 
 uint32_t FollowSession::CountAnew(uint16_t log) {
-  if (log == LOG_SEL) return CountRecords(*module_, log);
+  if (log == LOG_SEL) {
+    knowsSEL_ = true;
+    return CountRecords(*module_, log);
+  }
   // A start finds out which files the application log has, and one that is just being rotated is missing then.
   const bool lacksFile = log == LOG_APPLICATION && Files(log).size() < appFiles_;
-  const bool isStale = lastTextLog_ == log && (!followsSEL_ || !TurnAway(log));
+  const bool isStale = lastTextLog_ == log && (!knowsSEL_ || !TurnAway(log));
   if (lacksFile || isStale) Reload();
   lastTextLog_ = log;
   return CountRecords(*module_, log);

@@ -18,9 +18,8 @@ namespace standin {
 
 class FollowSession {
  public:
-  /// Loads and starts the module at `path`. `followsSEL`: the module's own list of the controller's entries is worth
-  /// keeping. `keeper` is the host's controller, and not owned. Throws Failure.
-  FollowSession(std::string path, bool followsSEL, RecordKeeper& keeper);
+  /// Loads and starts the module at `path`. `keeper` is the host's controller, and not owned. Throws Failure.
+  FollowSession(std::string path, RecordKeeper& keeper);
 
   /// The records of the log as it is now. Until this is called again, ReadRange reads the text log of that moment.
   uint32_t CountAnew(uint16_t log);
@@ -39,9 +38,9 @@ class FollowSession {
   bool TurnAway(uint16_t log);
 
   std::string path_;
-  bool followsSEL_;
   RecordKeeper& keeper_;
   std::unique_ptr<Module> module_;
+  bool knowsSEL_ = false;     ///< whether it holds the controller's entries, which it would have to read anew
   uint16_t lastTextLog_ = 0;  ///< the text log that the module was asked for last
   size_t appFiles_ = 0;       ///< the most files that the application log had
 };

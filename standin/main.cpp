@@ -30,6 +30,7 @@
 #include "standin/selfile.h"
 #include "standin/table.h"
 #include "standin/terminal.h"
+#include "standin/timeline.h"
 
 namespace standin {
 namespace {
@@ -107,8 +108,12 @@ std::unique_ptr<Controller> MakeController(const Options& options) {
 Table AskModule(const Module& module, const Options& options, const RecordKeeper& keeper) {
   if (options.command == "logs") return ListLogs(module);
   if (options.command == "show") {
-    if (!OffersLog(module, options.log)) std::fputs("note: the module does not offer that log here\n", stderr);
-    return ReadLog(module, options.log, options.lines, keeper);
+    if (options.log != LOG_ALL && !OffersLog(module, options.log)) {
+      std::fputs("note: the module does not offer that log here\n", stderr);
+    }
+    Table table = ReadView(module, options.log, options.view, keeper);
+    if (options.columns) ChooseColumns(table, *options.columns);
+    return table;
   }
   if (options.command == "settings") {
     if (options.word) WriteSettings(module, *options.word);

@@ -31,35 +31,29 @@ std::vector<SELRecord> ParseArchive(const std::string& contents) {
 
 std::optional<uint32_t> RecordKeeper::CountEntries() {
   const auto count = controller_.CountEntries();
-  // Fewer entries than before: the log was cleared, and what comes now is another log.
-  if (count && *count < entries_.size()) {
-    entries_.clear();
-    first_.reset();
-  }
+  if (count && *count < entries_.size()) entries_.clear();  // what comes now is another log
   return count;
 }
 
 bool RecordKeeper::ReadEntry(tagSEL_DATA& entry) {
   const uint16_t id = entry.wRecordID;
   if (!controller_.ReadEntry(entry)) return false;
-  const bool isFirst = id == 0 || (first_ && id == first_->wRecordID);
-  if (isFirst) {
-    // Another first record: the log was rewritten. Its next ID alone changes when a second entry comes.
-    if (first_ && first_->abyRecord != entry.abyRecord) entries_.clear();
-    first_ = entry;
+  if (id == 0 && !entries_.empty()) {
+    if (std::memcmp(&entry, entries_.data(), sizeof(entry)) != 0) entries_.clear();
+    next_.reset();
+  } else if (entries_.empty() ? id == 0 : id == next_) {
+    entries_.push_back(entry);
+    next_ = entry.wNextRecordID;
+  } else if (!entries_.empty() && id == entries_.back().wRecordID) {
+    next_ = entry.wNextRecordID;
   }
-  entries_[id == 0 ? entry.wRecordID : id] = entry;
   return true;
 }
 
 std::vector<SELRecord> RecordKeeper::NewestFirst() const {
-  std::vector<SELRecord> records;
-  if (!first_) return records;
-  for (auto entry = entries_.find(first_->wRecordID); entry != entries_.end() && records.size() < entries_.size();
-       entry = entries_.find(entry->second.wNextRecordID)) {
-    records.push_back(entry->second.abyRecord);
-  }
-  std::reverse(records.begin(), records.end());
+  std::vector<SELRecord> records(entries_.size());
+  std::transform(entries_.rbegin(), entries_.rend(), records.begin(),
+                 [](const auto& entry) { return entry.abyRecord; });
   return records;
 }
 

@@ -3,7 +3,6 @@
 #ifndef KESTRUNE_STANDIN_RECORDKEEPER_H_
 #define KESTRUNE_STANDIN_RECORDKEEPER_H_
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,8 +11,10 @@
 
 namespace standin {
 
-/// A controller in front of another one: it hands on what that one answers, and keeps the entries that modules have
-/// been given, so that nothing is read twice.
+/// A controller in front of another one: it hands on what that one answers, and keeps the entries that a module was
+/// given for its cache, so that nothing is read twice. A module reads the log along its chain. Later it reads the first
+/// entry again to see whether the log is still the same, and the last one to learn what follows; of these nothing is
+/// kept.
 class RecordKeeper final : public Controller {
  public:
   /// `controller` is not owned.
@@ -26,14 +27,19 @@ class RecordKeeper final : public Controller {
   std::string TakeProblem() override { return controller_.TakeProblem(); }
   const Sensors& GetSensors() const override { return controller_.GetSensors(); }
 
-  /// The records of the log as it was last read, newest first: as the entries chain each other, from the first one on
-  /// as far as they were read.
+  /// To be called when a module is loaded anew, whose cache is empty.
+  void Forget() {
+    entries_.clear();
+    next_.reset();
+  }
+
+  /// The records in the module's cache, newest first.
   std::vector<SELRecord> NewestFirst() const;
 
  private:
   Controller& controller_;
-  std::map<uint16_t, tagSEL_DATA> entries_;  ///< by the IDs that they are asked for by
-  std::optional<tagSEL_DATA> first_;
+  std::vector<tagSEL_DATA> entries_;
+  std::optional<uint16_t> next_;  ///< the entry that follows them, where the module has just been told
 };
 
 /// The records of the SEL log file, newest first, or none when it is missing or is no such file. Those that modules

@@ -156,7 +156,8 @@ const std::vector<Column> TEXT_COLUMNS{
     {"log", false, false}, {"timestamp", false, false}, {"date"}, {"time"}, {"host"}, {"source"}, {"message"}};
 
 const std::vector<Column> SEL_COLUMNS = [] {
-  std::vector<Column> columns{{"log", false, false}, {"date"}, {"time"}, {"sensor"}, {"description"}, {"source"}};
+  std::vector<Column> columns{
+      {"log", false, false}, {"date"}, {"time"}, {"sensor"}, {"description", true, true, true}, {"source"}};
   for (const char* field : SEL_FIELDS) columns.push_back({field, std::string_view(field) == "direction"});
   return columns;
 }();

@@ -14,6 +14,7 @@ namespace {
 
 constexpr size_t GAP = 2;
 constexpr size_t NARROWEST = 8;
+constexpr size_t NARROW = 12;  // of other columns while the widest one has to be cut
 constexpr wchar_t CUT_MARK = L'>';
 
 size_t Width(std::wstring_view text) {
@@ -22,17 +23,19 @@ size_t Width(std::wstring_view text) {
   return width;
 }
 
-/// At most `width` columns of the text.
-std::wstring Cut(const std::wstring& text, size_t width) {
+/// As much of the text, from its start or from its end on, as fits into `width`.
+std::wstring_view Part(std::wstring_view text, size_t width, bool fromEnd = false) {
+  while (Width(text) > width) fromEnd ? text.remove_prefix(1) : text.remove_suffix(1);
+  return text;
+}
+
+/// At most `width` columns of the text, with a mark for what is missing: at the end, or in the middle.
+std::wstring Cut(const std::wstring& text, size_t width, bool keepEnd = false) {
   if (Width(text) <= width) return text;
-  std::wstring cut;
-  size_t used = 0;
-  for (const wchar_t character : text) {
-    used += static_cast<size_t>(std::max(0, wcwidth(character)));
-    if (used + 1 > width) break;
-    cut += character;
-  }
-  return cut + CUT_MARK;
+  const size_t tail = keepEnd ? width * 3 / 5 : 0;
+  std::wstring cut(Part(text, width - tail - 1));
+  cut += CUT_MARK;
+  return cut.append(Part(text, tail, true));
 }
 
 /// What stands in a column of a row: null where there is nothing.
@@ -55,7 +58,8 @@ std::wstring CellText(const nlohmann::ordered_json& field) {
 /// A column of a table as it is shown.
 struct Cells {
   std::wstring name;
-  std::vector<std::wstring> texts;
+  bool keepsEnd;
+  std::vector<std::wstring> texts{};
   size_t width = 0;
   bool isNumeric = true;  ///< numbers stand below each other by their last digits
 
@@ -64,14 +68,14 @@ struct Cells {
            std::all_of(texts.begin(), texts.end(), [&](const auto& text) { return text == texts[0]; });
   }
   std::wstring Fit(const std::wstring& text) const {
-    const std::wstring cell = Cut(text, width);
+    const std::wstring cell = Cut(text, width, keepsEnd);
     const std::wstring padding(width - Width(cell), L' ');
     return isNumeric ? padding + cell : cell + padding;
   }
 };
 
 Cells MakeCells(const Column& column, const std::vector<Row>& rows, bool onTerminal) {
-  Cells cells{FromUTF8(column.name), {}};
+  Cells cells{FromUTF8(column.name), column.keepsEnd};
   cells.width = Width(cells.name);
   for (const Row& row : rows) {
     const nlohmann::ordered_json& field = Field(column, row);
@@ -96,9 +100,14 @@ std::wstring MakeFit(std::vector<Cells>& columns, size_t width) {
     if (!text.empty()) gone += (gone.empty() ? L"all rows: " : L", ") + columns[i].name + L' ' + text;
     columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(i));
   }
+  const auto isNarrower = [](const Cells& one, const Cells& other) { return one.width < other.width; };
+  const auto main = std::max_element(columns.begin(), columns.end(), isNarrower);
   for (size_t excess = total(); excess > width; --excess) {
-    const auto widest = std::max_element(columns.begin(), columns.end(),
-                                         [](const Cells& one, const Cells& other) { return one.width < other.width; });
+    // The others first, as long as they are not narrow.
+    auto widest = std::max_element(columns.begin(), columns.end(), [&](const Cells& one, const Cells& other) {
+      return (&one == &*main ? 0 : one.width) < (&other == &*main ? 0 : other.width);
+    });
+    if (widest->width <= NARROW) widest = std::max_element(columns.begin(), columns.end(), isNarrower);
     if (widest->width <= NARROWEST) break;
     --widest->width;
   }
@@ -118,7 +127,7 @@ void ChooseColumns(Table& table, const std::string& names) {
       for (const Column& each : table.columns) allowed.append(allowed.empty() ? "" : ",").append(each.name);
       throw Failure(WRONG_ARGUMENTS, "--columns: '" + name + "' is no column here; allowed are " + allowed);
     }
-    chosen.push_back({column->name, true, true, column->stead});
+    chosen.push_back({column->name, true, true, column->keepsEnd, column->stead});
   }
   table.columns = chosen;
 }

@@ -15,6 +15,7 @@ struct Column {
   const char* name;
   bool isInTable = true;        ///< shown in a table and as csv unless others were asked for
   bool isInJson = true;         ///< a member of the JSON objects unless others were asked for
+  bool keepsEnd = false;        ///< where it is cut, its end stays: a description ends with the reading
   const char* stead = nullptr;  ///< the field that a table shows in its stead in rows that have one of this name
 };
 
