@@ -95,6 +95,9 @@ struct Texts {
   std::optional<std::string> ipmi;
   std::string privilege;
   std::vector<std::string> followed;
+  std::optional<std::string> target;
+  std::optional<std::string> state;
+  std::optional<std::string> from;
 };
 
 /// A time of the past. Of a day it is the first second, or the last where a range ends.
@@ -106,6 +109,22 @@ int64_t TakeTime(const char* option, const std::string& text, bool end) {
                                        "+02:00), today, yesterday, and spans back from now: -90s, -30m, -2h, -3d, -1w");
   }
   return *time;
+}
+
+/// Where `follow` is to send the records, if not to standard output.
+std::optional<JournalOptions> MakeJournalOptions(const Options& options, const Texts& texts) {
+  if (!texts.target) {
+    if (texts.state || texts.from) throw Failure(WRONG_ARGUMENTS, "follow: --state and --from go with --to journal");
+    return std::nullopt;
+  }
+  if (options.follow.logs != std::vector<uint16_t>{LOG_SEL}) {
+    throw Failure(WRONG_ARGUMENTS, "follow: --to journal takes the log sel alone");
+  }
+  JournalOptions journal;
+  if (texts.state) journal.state = *texts.state;
+  journal.fromNow = texts.from.has_value();
+  journal.interval = options.follow.interval;
+  return journal;
 }
 
 /// What `show` is to show.
@@ -201,6 +220,14 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
   follow->add_option("--format", options.follow.format, "Form of the output (table)")
       ->check(CLI::IsMember({"table", "csv", "jsonl"}))
       ->type_name("FORMAT");
+  follow->add_option("--to", texts.target, "Where the records go: to the system's journal, those of the log sel alone")
+      ->check(CLI::IsMember({"journal"}))
+      ->type_name("journal");
+  follow->add_option("--state", texts.state, "File that keeps how far the journal is (" + JournalOptions().state + ")")
+      ->type_name("FILE");
+  follow->add_option("--from", texts.from, "Without such a file yet: do not send what the log holds already")
+      ->check(CLI::IsMember({"now"}))
+      ->type_name("now");
   follow->add_option("--columns", options.follow.columns, "Fields to show")->type_name("NAME,...");
 
   CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
@@ -283,6 +310,7 @@ Options ParseCommandLine(int argc, char** argv) {
     if (isFollowed) options.follow.logs.push_back(log.id);
   }
   if (std::count(texts.followed.begin(), texts.followed.end(), "all") > 0) options.follow.logs.clear();
+  options.journal = MakeJournalOptions(options, texts);
   if (options.command == "show") options.view = MakeView(options, texts);
   if (texts.word) options.word = ParseWord(*texts.word);
   if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);

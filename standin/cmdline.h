@@ -8,6 +8,7 @@
 
 #include "standin/follow.h"
 #include "standin/ipmioptions.h"
+#include "standin/journalfollow.h"
 #include "standin/timeline.h"
 
 namespace standin {
@@ -32,6 +33,7 @@ struct Options {
   uint16_t log = LOG_ALL;                   ///< show
   View view;                                ///< show
   FollowOptions follow;                     ///< follow
+  std::optional<JournalOptions> journal;    ///< follow, to the journal
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

@@ -160,6 +160,7 @@ void Run(const Options& options) {
     if (options.selLog) LaySelLog(*options.selLog);
     if (options.command == "follow") {
       const StreamGuard guard(options.verbose);
+      if (options.journal) return FollowToJournal(options.module, *options.journal, keeper);
       return Follow(options.module, options.follow, keeper);
     }
     // The module is stopped before anything is shown: a reader may take its time.
