@@ -5,7 +5,7 @@ root=$(realpath "$(dirname "${BASH_SOURCE[0]}")/..")
 self=script/$(basename "$0")
 
 # Packages of Debian 12, by what they are needed for.
-build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev nlohmann-json3-dev bubblewrap)
+build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev libsystemd-dev nlohmann-json3-dev bubblewrap)
 demo_packages=("${build_packages[@]}" socat)
 fleet_packages=(openipmi ipmitool systemd systemd-journal-remote python3)  # beside those to build
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)

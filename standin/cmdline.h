@@ -6,8 +6,10 @@
 #include <optional>
 #include <string>
 
+#include "standin/follow.h"
 #include "standin/ipmioptions.h"
-#include "standin/requests.h"
+#include "standin/journalfollow.h"
+#include "standin/timeline.h"
 
 namespace standin {
 
@@ -26,9 +28,12 @@ struct Options {
   IPMIOptions ipmi;  ///< without the password
   std::optional<std::string> passwordFile;
 
-  std::string format = "table";             ///< table, csv or json
-  uint16_t log = 0;                         ///< show
-  std::optional<Lines> lines;               ///< show
+  std::string format = "table";             ///< table, csv, json or jsonl
+  std::optional<std::string> columns;       ///< show
+  uint16_t log = LOG_ALL;                   ///< show
+  View view;                                ///< show
+  FollowOptions follow;                     ///< follow
+  std::optional<JournalOptions> journal;    ///< follow, to the journal
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

@@ -12,6 +12,16 @@
 
 namespace standin {
 
+/// What tells whether a log has changed: its number of entries, and when one was last added and the log last erased, in
+/// the controller's own time, where it keeps that.
+struct LogState {
+  uint32_t entries = 0;
+  uint32_t addition = 0;
+  uint32_t erasure = 0;
+
+  bool operator==(const LogState&) const = default;
+};
+
 /// Modules call from any thread, but one call at a time.
 class Controller {
  public:
@@ -25,6 +35,12 @@ class Controller {
 
   /// The number of entries in the log, or none when the controller does not answer.
   virtual std::optional<uint32_t> CountEntries() = 0;
+
+  /// The same with what else tells a change, for whoever waits for one. Costs no more than the number.
+  virtual std::optional<LogState> GetLogState() {
+    const auto entries = CountEntries();
+    return entries ? std::optional(LogState{*entries}) : std::nullopt;
+  }
 
   /// Reads the entry that `entry.wRecordID` names, 0 for the first: stores its ID, the ID of the entry that follows
   /// (SEL_LAST_ENTRY when none does) and its record. Returns false, with `entry` as it was, when there is no such entry

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/selrecord.h"
 #include "standin/failure.h"
 #include "standin/sdr.h"
 #include "standin/sdrrepository.h"
@@ -17,7 +18,7 @@ constexpr uint8_t WHOLE = 0xFF;
 
 IPMIController::IPMIController(std::unique_ptr<IPMITransport> transport, const Progress& progress)
     : transport_(std::move(transport)) {
-  AskForCount();
+  AskForState();
   SDRRepository repository = ReadSDRRepository(*transport_, progress);
   notes_ = std::move(repository.notes);
   for (const Bytes& record : repository.records) {
@@ -40,13 +41,19 @@ void IPMIController::AddSensors(const Sensors& sensors) {
   }
 }
 
-uint32_t IPMIController::AskForCount() {
-  return ReadWord(RequireData(GET_INFO, AskPatiently(*transport_, GET_INFO, {}), 14), 1);
+LogState IPMIController::AskForState() {
+  const Bytes info = RequireData(GET_INFO, AskPatiently(*transport_, GET_INFO, {}), 14);
+  return {ReadWord(info, 1), ReadLittleEndian<uint32_t>(&info[5]), ReadLittleEndian<uint32_t>(&info[9])};
 }
 
 std::optional<uint32_t> IPMIController::CountEntries() {
+  const auto state = GetLogState();
+  return state ? std::optional(state->entries) : std::nullopt;
+}
+
+std::optional<LogState> IPMIController::GetLogState() {
   try {
-    return AskForCount();
+    return AskForState();
   } catch (const std::exception& error) {
     problem_ = error.what();
     return std::nullopt;

@@ -22,6 +22,9 @@ class IPMIController : public Controller {
   /// One command to the controller.
   std::optional<uint32_t> CountEntries() override;
 
+  /// The same command.
+  std::optional<LogState> GetLogState() override;
+
   /// One command to the controller. Record IDs are the controller's own.
   bool ReadEntry(tagSEL_DATA& entry) override;
 
@@ -34,7 +37,7 @@ class IPMIController : public Controller {
   std::string TakeProblem() override { return std::exchange(problem_, {}); }
 
  private:
-  uint32_t AskForCount();
+  LogState AskForState();
   void AddSensors(const Sensors& sensors);
 
   std::unique_ptr<IPMITransport> transport_;

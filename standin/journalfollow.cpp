@@ -1,0 +1,114 @@
+#include "standin/journalfollow.h"
+
+#include <systemd/sd-daemon.h>
+
+#include <algorithm>
+#include <deque>
+#include <iterator>
+
+#include "standin/failure.h"
+#include "standin/followsession.h"
+#include "standin/followstate.h"
+#include "standin/journal.h"
+#include "standin/journalfields.h"
+#include "standin/notice.h"
+#include "standin/selfollower.h"
+#include "standin/stopsignals.h"
+
+namespace standin {
+namespace {
+
+/// Records that are sent before the state is written: at most these are sent again after a kill.
+constexpr size_t BATCH = 100;
+
+/// Records on their way to the journal.
+class JournalQueue {
+ public:
+  explicit JournalQueue(FollowState& state) : state_(state) {}
+
+  void Add(std::vector<Row> rows) {
+    rows_.insert(rows_.end(), std::make_move_iterator(rows.begin()), std::make_move_iterator(rows.end()));
+  }
+
+  /// Sends as much as the journal takes, until `stop`. What is left is sent another time.
+  template <typename Stop>
+  void Send(Stop stop) {
+    while (!stop() && !rows_.empty() && SendBatch()) {
+    }
+  }
+
+ private:
+  bool SendBatch() {
+    while (sent_ < std::min(BATCH, rows_.size())) {
+      if (!SendToJournal(JournalFields(rows_[sent_]))) {
+        sent_ = 0;  // whoever took the first ones has gone
+        notice_.Say("the journal is not there; waiting for it");
+        return false;
+      }
+      ++sent_;
+    }
+    switch (SyncJournal()) {
+      case JournalSync::GONE:
+        sent_ = 0;
+        return false;
+      case JournalSync::UNANSWERED:
+        notice_.Say("the journal does not answer; waiting for it");
+        return false;
+      case JournalSync::DONE:
+        break;
+    }
+    notice_.Say("");
+    for (; sent_ > 0; --sent_) {
+      state_.Add(rows_.front());
+      rows_.pop_front();
+    }
+    state_.Write();
+    return true;
+  }
+
+  FollowState& state_;
+  std::deque<Row> rows_;
+  size_t sent_ = 0;  ///< of the first ones: not known to be in the journal yet
+  Notice notice_;
+};
+
+/// Waits, and tells the service manager meanwhile that this process lives. Returns whether to go on.
+bool Wait(StopSignals& signals, std::chrono::milliseconds time) {
+  uint64_t watchdog = 0;
+  if (sd_watchdog_enabled(0, &watchdog) <= 0) return signals.Wait(time, false);
+  const std::chrono::milliseconds slice(std::max<uint64_t>(1, watchdog / 2000));
+  for (; time.count() > 0; time -= slice) {
+    sd_notify(0, "WATCHDOG=1");
+    if (!signals.Wait(std::min(slice, time), false)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void FollowToJournal(const std::string& modulePath, const JournalOptions& options, RecordKeeper& keeper) {
+  StopSignals signals;
+  FollowSession session(modulePath, keeper);
+  if (!OffersLog(session.GetModule(), LOG_SEL)) {
+    throw Failure(REQUEST_FAILED, "the module does not offer the log 'sel' here");
+  }
+  FollowState state(options.state);
+  std::string broken;
+  const bool isKnown = state.Read(broken);
+  Notice().Say(broken);
+  SELFollower follower(session);
+  follower.Resume(state.Records());
+  sd_notify(0, "READY=1");
+  if (!isKnown && options.fromNow && broken.empty()) {
+    for (const Row& row : follower.TakeNew()) state.Add(row);
+  }
+  state.Write();  // before anything is sent: where it cannot be written, everything would be sent again and again
+  JournalQueue queue(state);
+  do {
+    queue.Add(follower.TakeNew());
+    queue.Send([&signals] { return signals.IsStopped(); });
+  } while (Wait(signals, options.interval));
+  sd_notify(0, "STOPPING=1");
+}
+
+}  // namespace standin

@@ -1,0 +1,26 @@
+/// journalfollow.h: the sub-command `follow sel --to journal`: each record of the event log as an entry of the journal,
+/// once, whatever ends in between.
+#ifndef KESTRUNE_STANDIN_JOURNALFOLLOW_H_
+#define KESTRUNE_STANDIN_JOURNALFOLLOW_H_
+
+#include <chrono>
+#include <string>
+
+#include "standin/recordkeeper.h"
+
+namespace standin {
+
+struct JournalOptions {
+  std::string state = "/var/lib/kestrune-sel/state.json";
+  bool fromNow = false;  ///< without a state file, what the log holds is not sent
+  std::chrono::seconds interval{5};
+};
+
+/// Sends what the state file does not know and then each new record, until a signal ends it. Where it stands is written
+/// once the journal has what was sent. Tells the service manager that it is ready, and that it lives. `keeper` is the
+/// host's controller. Throws Failure.
+void FollowToJournal(const std::string& modulePath, const JournalOptions& options, RecordKeeper& keeper);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_JOURNALFOLLOW_H_

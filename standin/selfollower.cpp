@@ -1,0 +1,92 @@
+#include "standin/selfollower.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace standin {
+namespace {
+
+/// Records listed beyond those that are expected to be new, so that the list joins on to what was seen.
+constexpr uint32_t OVERLAP = 2 * CHAIN;
+
+/// Keys that are remembered: those of a full controller, and an archive behind it.
+constexpr size_t MOST_SEEN = 2 * 65'536;
+
+/// Looks after which a list without the host's copy of every record is taken as it is.
+constexpr int PATIENCE = 3;
+
+}  // namespace
+
+std::string SELFollower::KeyOf(const Row& row) {
+  const auto raw = row.fields.find("raw");
+  if (raw != row.fields.end() && raw->is_string()) return raw->get<std::string>();
+  std::string key;
+  for (const char* field : {"date", "time", "sensor", "description"}) key += row.fields.value(field, "") + '\n';
+  return key;
+}
+
+std::optional<SELFollower::Sources> SELFollower::Look() {
+  const auto controller = session_.Keeper().GetLogState();
+  notice_.Say(session_.Keeper().TakeProblem());
+  if (!controller) return std::nullopt;
+  return Sources{*controller, LookAt(session_.Files(LOG_SEL).front())};
+}
+
+/// Whether the host has its own copy of every record; while the log changes under the list it may not.
+bool SELFollower::IsWhole(const std::vector<Row>& rows) {
+  const bool isWhole = std::all_of(rows.begin(), rows.end(), [](const Row& row) {
+    return row.fields.value("raw", nlohmann::ordered_json()).is_string();
+  });
+  looksInVain_ = isWhole ? 0 : looksInVain_ + 1;
+  return isWhole || looksInVain_ >= PATIENCE;
+}
+
+/// The new ones of `count` records, newest first. The rest of the list is read where its newest part does not tell.
+std::vector<Row> SELFollower::ListNew(uint32_t count) {
+  const uint32_t added = count > lastCount_ ? count - lastCount_ : 0;
+  for (uint32_t end = std::min(count, added + OVERLAP);; end = count) {
+    std::vector<Row> rows;
+    if (end > 0) rows = session_.ReadRange(LOG_SEL, 1, end);
+    Keys listed;
+    std::transform(rows.begin(), rows.end(), std::back_inserter(listed), KeyOf);
+    const size_t fresh = CountNew(seen_, listed);
+    if (end < count && fresh + CHAIN > listed.size()) continue;
+    rows.resize(fresh);
+    return rows;
+  }
+}
+
+std::vector<Row> SELFollower::TakeNew() {
+  const auto sources = Look();
+  if (!sources || sources == last_) return {};
+  // Modules tell a log that was cleared by fewer entries or another first one, and nothing else.
+  if (last_ && sources->controller != last_->controller &&
+      (sources->controller.erasure != last_->controller.erasure ||
+       sources->controller.entries <= last_->controller.entries)) {
+    session_.Reload();
+  }
+  last_.reset();
+  const uint32_t count = session_.CountAnew(LOG_SEL);
+  std::vector<Row> rows = ListNew(count);
+  const std::string problem = session_.Keeper().TakeProblem();
+  notice_.Say(problem);
+  if (!problem.empty() || !IsWhole(rows)) return {};
+  Keys seen;
+  std::transform(rows.begin(), rows.end(), std::back_inserter(seen), KeyOf);
+  seen.insert(seen.end(), seen_.begin(), seen_.end());
+  seen.resize(std::min(seen.size(), MOST_SEEN));
+  seen_ = std::move(seen);
+  last_ = sources;
+  lastCount_ = count;
+  std::reverse(rows.begin(), rows.end());
+  return rows;
+}
+
+std::vector<Row> SELFollower::Start(uint32_t newest) {
+  std::vector<Row> rows = TakeNew();
+  if (rows.size() > newest) rows.erase(rows.begin(), rows.end() - newest);
+  return rows;
+}
+
+}  // namespace standin

@@ -1,0 +1,56 @@
+/// selfollower.h: the event log that grows, is cleared, wraps round or moves into the archive: its new records, each
+/// once.
+#ifndef KESTRUNE_STANDIN_SELFOLLOWER_H_
+#define KESTRUNE_STANDIN_SELFOLLOWER_H_
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "standin/follower.h"
+#include "standin/followsession.h"
+#include "standin/logfiles.h"
+#include "standin/newitems.h"
+#include "standin/notice.h"
+
+namespace standin {
+
+class SELFollower final : public Follower {
+ public:
+  /// `session` is not owned.
+  explicit SELFollower(FollowSession& session) : session_(session) {}
+
+  /// What is known of a record, and says which one it is.
+  static std::string KeyOf(const Row& row);
+
+  std::vector<Row> Start(uint32_t newest) override;
+
+  /// Starts where another process ended: `seen` are the keys of the records that it had, newest first.
+  void Resume(Keys seen) { seen_ = std::move(seen); }
+
+  std::vector<Row> TakeNew() override;
+
+ private:
+  /// What the list was made of.
+  struct Sources {
+    LogState controller;
+    FileState archive;
+
+    bool operator==(const Sources&) const = default;
+  };
+
+  std::optional<Sources> Look();
+  std::vector<Row> ListNew(uint32_t count);
+  bool IsWhole(const std::vector<Row>& rows);
+
+  FollowSession& session_;
+  Keys seen_;
+  std::optional<Sources> last_;  ///< none while there is more to be listed than was
+  uint32_t lastCount_ = 0;
+  int looksInVain_ = 0;
+  Notice notice_;
+};
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_SELFOLLOWER_H_
