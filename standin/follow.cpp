@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "standin/failure.h"
-#include "standin/followsession.h"
+#include "standin/followedmodule.h"
 #include "standin/recordstream.h"
 #include "standin/selfollower.h"
 #include "standin/stopsignals.h"
@@ -30,9 +30,9 @@ std::vector<uint16_t> ChooseLogs(const Module& module, const std::vector<uint16_
   return logs;
 }
 
-std::unique_ptr<Follower> MakeFollower(FollowSession& session, uint16_t log) {
-  if (log == LOG_SEL) return std::make_unique<SELFollower>(session);
-  return std::make_unique<TextFollower>(session, log);
+std::unique_ptr<Follower> MakeFollower(FollowedModule& module, uint16_t log) {
+  if (log == LOG_SEL) return std::make_unique<SELFollower>(module);
+  return std::make_unique<TextFollower>(module, log);
 }
 
 std::vector<Column> ColumnsOf(const std::vector<uint16_t>& logs) {
@@ -42,16 +42,16 @@ std::vector<Column> ColumnsOf(const std::vector<uint16_t>& logs) {
 
 }  // namespace
 
-void Follow(const std::string& modulePath, const FollowOptions& options, RecordKeeper& keeper) {
+void Follow(const FollowOptions& options, Session& session) {
   StopSignals signals;
-  FollowSession session(modulePath, keeper);
+  FollowedModule module(session);
   const std::vector<uint16_t> logs = ChooseLogs(session.GetModule(), options.logs);
   Table table{ColumnsOf(logs), {}};
   if (options.columns) ChooseColumns(table, *options.columns);
   RecordStream stream(table.columns, options.format);
   std::vector<std::unique_ptr<Follower>> followers;
   for (const uint16_t log : logs) {
-    followers.push_back(MakeFollower(session, log));
+    followers.push_back(MakeFollower(module, log));
     for (const Row& row : followers.back()->Start(options.newest)) stream.Write(row);
   }
   while (signals.Wait(options.interval, true)) {

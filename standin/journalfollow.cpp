@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "standin/failure.h"
-#include "standin/followsession.h"
+#include "standin/followedmodule.h"
 #include "standin/followstate.h"
 #include "standin/journal.h"
 #include "standin/journalfields.h"
@@ -86,9 +86,9 @@ bool Wait(StopSignals& signals, std::chrono::milliseconds time) {
 
 }  // namespace
 
-void FollowToJournal(const std::string& modulePath, const JournalOptions& options, RecordKeeper& keeper) {
+void FollowToJournal(const JournalOptions& options, Session& session) {
   StopSignals signals;
-  FollowSession session(modulePath, keeper);
+  FollowedModule module(session);
   if (!OffersLog(session.GetModule(), LOG_SEL)) {
     throw Failure(REQUEST_FAILED, "the module does not offer the log 'sel' here");
   }
@@ -96,7 +96,7 @@ void FollowToJournal(const std::string& modulePath, const JournalOptions& option
   std::string broken;
   const bool isKnown = state.Read(broken);
   Notice().Say(broken);
-  SELFollower follower(session);
+  SELFollower follower(module);
   follower.Resume(state.Records());
   sd_notify(0, "READY=1");
   if (!isKnown && options.fromNow && broken.empty()) {

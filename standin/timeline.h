@@ -25,13 +25,6 @@ struct View {
   bool isReversed = false;              ///< oldest first
 };
 
-/// The numbers of the sensor types that `text` lists, separated by commas: numbers, or the beginnings of the standard's
-/// words in either case. Throws Failure (wrong arguments).
-std::vector<int64_t> ParseSensorTypes(const std::string& text);
-
-/// The severities that it lists. Throws Failure (wrong arguments).
-std::vector<std::string> ParseSeverities(const std::string& text);
-
 /// The columns in which records of all logs stand below each other.
 std::vector<Column> TimelineColumns();
 
