@@ -82,6 +82,7 @@ void AddFormat(CLI::App& command, Options& options) {
 
 void AddLogs(CLI::App& app, Options& options, Texts&) {
   CLI::App& logs = *app.add_subcommand("logs", "List the machine's logs and their numbers of records");
+  logs.add_flag("--all", options.all, "Also the logs that are not offered, with the reasons");
   AddFormat(logs, options);
 }
 

@@ -27,6 +27,7 @@ struct Options {
   std::optional<std::string> passwordFile;
 
   std::string format = "table";             ///< table, csv or json
+  bool all = false;                         ///< logs
   uint16_t log = 0;                         ///< show
   std::optional<Lines> lines;               ///< show
   uint32_t level = 0;                       ///< write
