@@ -11,7 +11,7 @@
 
 namespace standin {
 
-/// A range of records.
+/// A range of records: A-B, A- for all from A on, -B or B for the newest B.
 Lines ParseLines(const std::string& text);
 
 /// A settings word.

@@ -71,7 +71,9 @@ void RunLogs(const Options& options) {
 void RunShow(const Options& options) {
   Session session(options);
   const Module& module = session.GetModule();
-  if (!OffersLog(module, options.log)) throw Failure(REQUEST_FAILED, WhyMissing(options.log));
+  if (!OffersLog(module, options.log)) {
+    throw Failure(REQUEST_FAILED, "this log is not offered: " + WhyMissing(options.log));
+  }
   const Table table = ReadLog(module, options.log, options.lines);
   ShowNotes(FindObstacles(options.log));
   Show(session, table, options.format);
