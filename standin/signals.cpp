@@ -47,6 +47,8 @@ void WatchSignals() {
     if (sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) sigaddset(&signals, signal);
   }
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  // Not for this process, since a blocked signal is kept even so, but for its commands: a shell unblocks signals.
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) ::signal(signal, SIG_IGN);
   std::thread(Watch, signals).detach();
 }
 

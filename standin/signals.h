@@ -1,7 +1,7 @@
 /// signals.h: SIGTERM, SIGINT and SIGHUP, which let what is under way come to its end where a module would leave files.
 ///
-/// They are taken by a thread of their own and blocked elsewhere, also in the commands that the module runs: a terminal
-/// sends its interrupt to these too, and a request whose commands die is not answered.
+/// They are taken by a thread of their own, and ignored by the commands that the module runs: a terminal sends its
+/// interrupt to these too, and a request whose commands die is not answered.
 #ifndef KESTRUNE_STANDIN_SIGNALS_H_
 #define KESTRUNE_STANDIN_SIGNALS_H_
 
