@@ -14,16 +14,22 @@ _kestrune_host() {
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return ;;
-    --format) mapfile -t COMPREPLY < <(compgen -W 'table csv json' -- "$word"); return ;;
+    --format) mapfile -t COMPREPLY < <(compgen -W 'table csv json jsonl' -- "$word"); return ;;
     --level) mapfile -t COMPREPLY < <(compgen -W '0 1 2 3' -- "$word"); return ;;
     --dist) mapfile -t COMPREPLY < <(compgen -W '0 103 106' -- "$word"); return ;;
     --ipmi-privilege) mapfile -t COMPREPLY < <(compgen -W 'user operator administrator' -- "$word"); return ;;
-    --lines | --set | --ipmi | --ipmi-user | --ipmi-timeout) return ;;
+    --since | --until) mapfile -t COMPREPLY < <(compgen -W 'today yesterday' -- "$word"); return ;;
+    --severity)
+      mapfile -t COMPREPLY < <(compgen -W 'non-recoverable critical failure non-critical information' -- "$word")
+      return ;;
+    --lines | --sensor-type | --columns | --set | --ipmi | --ipmi-user | --ipmi-timeout) return ;;
   esac
   case $command in
     '') options+=' --version logs show write settings dump-sel save pack-sel' ;;
     logs) options+=' --format' ;;
-    show) options+=' --lines --format'; [[ $word == -* ]] || options='application secure messages agent sel' ;;
+    show)
+      options+=' --lines --since --until --sensor-type --severity --reverse --columns --format'
+      [[ $word == -* ]] || options='application secure messages agent sel all' ;;
     write) options+=' --level' ;;
     save) options+=' --force' ;;
     settings) options+=' --set --format' ;;

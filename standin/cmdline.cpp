@@ -5,11 +5,13 @@
 #include <algorithm>
 #include <climits>
 #include <cstdlib>
+#include <memory>
 #include <vector>
 
 #include "standin/cmderror.h"
 #include "standin/cmdvalues.h"
 #include "standin/failure.h"
+#include "standin/files.h"
 #include "standin/ownfile.h"
 
 namespace standin {
@@ -21,6 +23,17 @@ std::string DefaultModule() {
   if (path != nullptr && *path != '\0') return path;
   return OwnFile(KESTRUNE_INSTALLED_MODULE, KESTRUNE_BUILT_MODULE);
 }
+
+/// Allows these values. Unlike the library's own checks, they leave the help as it is.
+CLI::Validator Within(int64_t lowest, int64_t highest) { return CLI::Range(lowest, highest).description(""); }
+CLI::Validator OneOf(const std::vector<std::string>& names) { return CLI::IsMember(names).description(""); }
+
+/// Help in which the name of an option's value is all that stands beside the option.
+class PlainHelp : public CLI::Formatter {
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_type_name().empty() ? "" : ' ' + option->get_type_name();
+  }
+};
 
 /// Values that are taken from their texts once all of the line is known to fit.
 struct Texts {
@@ -41,10 +54,11 @@ struct Texts {
 };
 
 void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
-  CLI::Option* sel =
-      app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
-          ->type_name("FILE");
-  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
+  CLI::Option* sel = app.add_option("--sel", options.sel,
+                                    "A controller with this log: raw 16-byte records, oldest first (-: standard input)")
+                         ->type_name("FILE");
+  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description (-: standard input)")
+      ->type_name("FILE");
   CLI::Option* ipmi =
       app.add_option("--ipmi", texts.ipmi, "A controller in the network (else this machine's own, if it has one)")
           ->type_name("HOST[:PORT]")
@@ -53,13 +67,14 @@ void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
   app.add_option("--ipmi-password-file", options.passwordFile,
                  "File with the password (else $IPMI_PASSWORD, else asked)")
       ->type_name("FILE");
-  app.add_option("--ipmi-privilege", texts.privilege, "Privilege to ask for (user)")
-      ->check(CLI::IsMember({"user", "operator", "administrator"}))
+  app.add_option("--ipmi-privilege", texts.privilege,
+                 "Privilege to ask for: user, operator, administrator (default: user)")
+      ->check(OneOf({"user", "operator", "administrator"}))
       ->type_name("NAME");
   app.add_option_function<int>(
          "--ipmi-timeout", [&options](int seconds) { options.ipmi.timeout = std::chrono::seconds(seconds); },
-         "Seconds to wait for an answer (10)")
-      ->check(CLI::Range(1, 3600))
+         "Seconds to wait for an answer (default: 10)")
+      ->check(Within(1, 3600))
       ->type_name("SECONDS");
   app.add_flag("--no-controller", options.noController, "No controller")->excludes(sel)->excludes(ipmi);
 }
@@ -70,19 +85,20 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
                  "Module to load (else $KESTRUNE_MODULE, else the one that came with this program)")
       ->type_name("PATH");
   app.add_option("--dist", options.distribution,
-                 "Distribution code told to the module (103 and 106 differ from others)")
-      ->check(CLI::Range(INT_MIN, INT_MAX))
+                 "Distribution code told to the module: 103 and 106 have other application logs (default: 0)")
+      ->check(Within(INT_MIN, INT_MAX))
       ->type_name("CODE");
-  app.add_flag("--verbose", options.verbose, "Show the module's messages on standard error");
-  app.add_option("--sel-log", options.selLog, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
+  app.add_flag("--verbose", options.verbose, "Show all of the module's messages, not errors and warnings alone");
+  app.add_option("--sel-log", options.selLog,
+                 "A SEL log file, laid at /etc/zarp/conf/ipmi.log meanwhile, where there is none")
       ->type_name("FILE");
   app.require_subcommand(1);
   app.fallthrough();
 }
 
 void AddFormat(CLI::App& command, Options& options) {
-  command.add_option("--format", options.format, "Form of the output")
-      ->check(CLI::IsMember({"table", "csv", "json", "jsonl"}))
+  command.add_option("--format", options.format, "Form of the output: table, csv, json, jsonl (default: table)")
+      ->check(OneOf({"table", "csv", "json", "jsonl"}))
       ->type_name("FORMAT");
 }
 
@@ -93,17 +109,31 @@ std::vector<std::string> LogNames() {
   return names;
 }
 
+CLI::Option* AddNewest(CLI::App& command, Options& options) {
+  const auto take = [&options](uint32_t count) { options.lines = Lines{1, count}; };
+  return command.add_option_function<uint32_t>("-n", take, "The newest N alone")
+      ->check(Within(1, UINT32_MAX))
+      ->type_name("N");
+}
+
 // Each adds a sub-command with its options.
 
 void AddLogs(CLI::App& app, Options& options, Texts&) {
   CLI::App& logs = *app.add_subcommand("logs", "List the machine's logs and their numbers of records");
+  logs.add_flag("--all", options.all, "Also the logs that are not offered, with the reasons");
   AddFormat(logs, options);
 }
 
 void AddShow(CLI::App& app, Options& options, Texts& texts) {
   CLI::App& show = *app.add_subcommand("show", "Show the records of a log, or of all in one timeline, newest first");
-  show.add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(LogNames()))->type_name("");
-  show.add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
+  show.add_option("LOG", texts.log, "The log: application, secure, messages, agent, sel, or all of them")
+      ->required()
+      ->check(OneOf(LogNames()))
+      ->type_name("");
+  CLI::Option* lines = show.add_option("--lines", texts.lines,
+                                       "Records A to B alone, from the newest (A-: from A on; -B or B: the newest B)")
+                           ->type_name("A-B");
+  AddNewest(show, options)->excludes(lines);
   show.add_option("--since", texts.since, "Records from then on alone: 2026-08-18, 2026-08-18T10:56, today, -2h, -3d")
       ->type_name("TIME");
   show.add_option("--until", texts.until, "Records until then alone")->type_name("TIME");
@@ -118,25 +148,25 @@ void AddShow(CLI::App& app, Options& options, Texts& texts) {
 
 void AddFollow(CLI::App& app, Options& options, Texts& texts) {
   CLI::App& follow = *app.add_subcommand("follow", "Show new records of logs as they come, until a signal ends it");
-  follow.add_option("LOG", texts.followed, "The logs")->required()->check(CLI::IsMember(LogNames()))->type_name("");
+  follow.add_option("LOG", texts.followed, "The logs, or all")->required()->check(OneOf(LogNames()))->type_name("");
   follow.add_option("-n", options.follow.newest, "First the newest N records of each (0)")->type_name("N");
   follow
       .add_option_function<int>(
           "--interval", [&options](int seconds) { options.follow.interval = std::chrono::seconds(seconds); },
           "Seconds between two looks (5)")
-      ->check(CLI::Range(1, 86'400))
+      ->check(Within(1, 86'400))
       ->type_name("SECONDS");
   follow.add_option("--format", options.follow.format, "Form of the output (table)")
-      ->check(CLI::IsMember({"table", "csv", "jsonl"}))
+      ->check(OneOf({"table", "csv", "jsonl"}))
       ->type_name("FORMAT");
   follow.add_option("--columns", options.follow.columns, "Fields to show")->type_name("NAME[,NAME...]");
   follow.add_option("--to", texts.target, "Where the records go: to the system's journal, those of the log sel alone")
-      ->check(CLI::IsMember({"journal"}))
+      ->check(OneOf({"journal"}))
       ->type_name("journal");
   follow.add_option("--state", texts.state, "File that keeps how far the journal is (" + JournalOptions().state + ")")
       ->type_name("FILE");
   follow.add_option("--from", texts.from, "Without such a file yet: do not send what the log holds already")
-      ->check(CLI::IsMember({"now"}))
+      ->check(OneOf({"now"}))
       ->type_name("now");
 }
 
@@ -144,7 +174,7 @@ void AddWrite(CLI::App& app, Options& options, Texts& texts) {
   CLI::App& write = *app.add_subcommand("write", "Write a message to the system log");
   write.add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
       ->required()
-      ->check(CLI::Range(0, 3))
+      ->check(Within(0, 3))
       ->type_name("N");
   write.add_option("TEXT", texts.text, "The message")->required()->type_name("");
 }
@@ -180,7 +210,6 @@ void AddCommands(CLI::App& app, Options& options, Texts& texts) {
 }
 
 void TakeView(const Texts& texts, const Options& options, View& view) {
-  if (texts.lines) view.lines = ParseLines(*texts.lines);
   if (texts.since) view.since = ParseTime("--since", *texts.since, false);
   if (texts.until) view.until = ParseTime("--until", *texts.until, true);
   if (texts.sensorTypes) view.sensorTypes = ParseSensorTypes(*texts.sensorTypes);
@@ -215,12 +244,16 @@ void TakeValues(const Texts& texts, Options& options) {
   for (const LogName& log : LOGS) {
     if (texts.log == log.name) options.log = log.id;
   }
+  if (texts.lines) options.lines = ParseLines(*texts.lines);
   TakeView(texts, options, options.view);
   TakeFollow(texts, options);
   if (texts.word) options.word = ParseWord(*texts.word);
   if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
   if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
   if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
+  if (options.sel == STANDARD_INPUT && options.sensors == STANDARD_INPUT) {
+    throw Failure(WRONG_ARGUMENTS, "--sel and --sensors cannot both be standard input, which is read once");
+  }
   if (options.command == "save" && !options.savedSel && !options.savedSensors) {
     throw Failure(WRONG_ARGUMENTS,
                   "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
@@ -235,6 +268,7 @@ Options ParseCommandLine(int argc, char** argv) {
   Options options;
   options.module = DefaultModule();
   Texts texts;
+  app.formatter(std::make_shared<PlainHelp>());
   AddGlobalOptions(app, options);
   AddControllerOptions(app, options, texts);
   AddCommands(app, options, texts);

@@ -40,13 +40,18 @@ std::vector<std::string> Split(const std::string& text) {
 
 Lines ParseLines(const std::string& text) {
   const size_t dash = text.find('-');
-  const auto begin = ParseNumber(text.substr(0, dash), UINT32_MAX);
-  const auto end = dash == std::string::npos ? std::nullopt : ParseNumber(text.substr(dash + 1), UINT32_MAX);
-  if (!begin || !end || *begin == 0 || *begin > *end) {
+  const bool isRange = dash != std::string::npos;
+  const std::string begin = isRange ? text.substr(0, dash) : std::string();
+  const std::string end = isRange ? text.substr(dash + 1) : text;
+  const std::optional<uint64_t> first = begin.empty() && !end.empty() ? 1 : ParseNumber(begin, UINT32_MAX);
+  const std::optional<uint64_t> last = end.empty() && !begin.empty() ? UINT32_MAX : ParseNumber(end, UINT32_MAX);
+  if (!first || !last || *first == 0 || *first > *last) {
     throw Failure(WRONG_ARGUMENTS,
-                  "show: --lines: '" + text + "' is no range; allowed is A-B with 1 <= A <= B <= 4294967295");
+                  "show: --lines: '" + text +
+                      "' is no range; allowed are A-B with 1 <= A <= B, A- for all from A on, and -B or "
+                      "B for the newest B");
   }
-  return {static_cast<uint32_t>(*begin), static_cast<uint32_t>(*end)};
+  return {static_cast<uint32_t>(*first), static_cast<uint32_t>(*last)};
 }
 
 int64_t ParseTime(const std::string& option, const std::string& text, bool end) {

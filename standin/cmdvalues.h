@@ -12,7 +12,7 @@
 
 namespace standin {
 
-/// A range of records.
+/// A range of records: A-B, A- for all from A on, -B or B for the newest B.
 Lines ParseLines(const std::string& text);
 
 /// A time as people give it (logtime.h), of a day its first second, or its last at the `end` of a range. Seconds since

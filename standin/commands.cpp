@@ -4,15 +4,20 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "standin/capture.h"
 #include "standin/controllers.h"
+#include "standin/diagnosis.h"
 #include "standin/failure.h"
 #include "standin/follow.h"
 #include "standin/journalfollow.h"
 #include "standin/requests.h"
 #include "standin/selfile.h"
 #include "standin/session.h"
+#include "standin/signals.h"
 #include "standin/table.h"
 #include "standin/terminal.h"
 
@@ -26,18 +31,52 @@ void StopAndShow(Session& session, const Table& table, const std::string& format
   session.RequireAnswers();
 }
 
+void ShowNotes(const std::vector<std::string>& notes) {
+  for (const std::string& note : notes) std::fprintf(stderr, "note: %s\n", note.c_str());
+}
+
+/// Adds the logs that the module does not offer, and a column that says why, or what else there is to know of a log.
+void AddNotes(const Module& module, Table& table) {
+  std::vector<Row> rows;
+  auto offered = table.rows.begin();
+  for (const LogName& log : LOGS) {
+    const bool isOffered = OffersLog(module, log.id);
+    rows.push_back(isOffered ? *offered++ : DescribeLog(log, 0));
+    rows.back().fields["note"] = !isOffered || !FindObstacles(log.id).empty() ? WhyMissing(log.id) : "";
+  }
+  table.columns.push_back({"note"});
+  table.rows = std::move(rows);
+}
+
 void RunLogs(const Options& options) {
   Session session(options);
-  StopAndShow(session, ListLogs(session.GetModule()), options.format);
+  const Module& module = session.GetModule();
+  Table table = ListLogs(module);
+  if (options.all) AddNotes(module, table);
+  if (table.rows.empty()) {
+    for (const LogName& log : LOGS) ShowNotes({log.name + std::string(": ") + WhyMissing(log.id)});
+  }
+  StopAndShow(session, table, options.format);
 }
 
 void RunShow(const Options& options) {
   Session session(options);
-  if (options.log != LOG_ALL && !OffersLog(session.GetModule(), options.log)) {
-    std::fputs("note: the module does not offer that log here\n", stderr);
+  const Module& module = session.GetModule();
+  bool isOffered = false;
+  for (const LogName& log : LOGS) {
+    if (options.log != LOG_ALL && options.log != log.id) continue;
+    if (OffersLog(module, log.id)) {
+      isOffered = true;
+    } else if (options.log != LOG_ALL) {
+      throw Failure(REQUEST_FAILED, "this log is not offered: " + WhyMissing(log.id));
+    }
   }
-  Table table = ReadView(session.GetModule(), options.log, options.view, session.GetKeeper());
+  if (!isOffered) throw Failure(REQUEST_FAILED, "no log is offered; kestrune-host logs --all tells why");
+  Table table = ReadView(module, options.log, options.lines, options.view, session.GetKeeper());
   if (options.columns) ChooseColumns(table, *options.columns);
+  for (const LogName& log : LOGS) {
+    if (options.log == LOG_ALL || options.log == log.id) ShowNotes(FindObstacles(log.id));
+  }
   StopAndShow(session, table, options.format);
 }
 
@@ -52,7 +91,9 @@ void RunFollow(const Options& options) {
 
 void RunWrite(const Options& options) {
   Session session(options);
+  RequireLogDaemon();
   WriteMessage(session.GetModule(), options.level, options.text);
+  session.Stop();
   session.RequireAnswers();
 }
 
@@ -64,14 +105,23 @@ void RunSettings(const Options& options) {
 
 void RunDumpSel(const Options& options) {
   Session session(options);
+  if (!session.GetController().IsPresent()) {
+    throw Failure(REQUEST_FAILED, "dump-sel: " + WhyMissing(LOG_SEL));
+  }
   session.LetModulePrint(session.GetModule().ShowBMCSELLogDebug);
+  session.Stop();
   session.RequireAnswers();
 }
 
 void RunSave(const Options& options) {
   const std::unique_ptr<Controller> controller = MakeController(options);
   if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "there is no controller here whose log could be saved");
-  SaveCapture(*controller, options.savedSel, options.savedSensors, options.force, ShowProgress());
+  const Undisturbed undisturbed;
+  const Progress show = ShowProgress();
+  SaveCapture(*controller, options.savedSel, options.savedSensors, options.force, [&](size_t read, size_t of) {
+    ThrowIfInterrupted();
+    if (show) show(read, of);
+  });
 }
 
 void RunPackSel(const Options& options) { PackSelLog(options.raw, options.packed); }

@@ -12,6 +12,7 @@
 #include "standin/cmdline.h"
 #include "standin/commands.h"
 #include "standin/failure.h"
+#include "standin/signals.h"
 
 namespace standin {
 namespace {
@@ -47,9 +48,12 @@ int GiveUp(int status, std::string line) {
 
 int main(int argc, char** argv) {
   standin::PrepareProcess();
+  standin::WatchSignals();
   try {
     standin::RunCommand(standin::ParseCommandLine(argc, argv));
     return 0;
+  } catch (const standin::Interrupted& interrupted) {
+    standin::EndBySignal(interrupted.signal);
   } catch (const standin::Failure& failure) {
     return standin::GiveUp(failure.Status(), failure.what());
   } catch (const std::exception& error) {

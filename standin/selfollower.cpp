@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "standin/signals.h"
+
 namespace standin {
 namespace {
 
@@ -71,7 +73,8 @@ std::vector<Row> SELFollower::TakeNew() {
   std::vector<Row> rows = ListNew(count);
   const std::string problem = module_.GetController().TakeProblem();
   notice_.Say(problem);
-  if (!problem.empty() || !IsWhole(rows)) return {};
+  // A signal ends the reading of a log before its end.
+  if (!problem.empty() || NotedSignal() != 0 || !IsWhole(rows)) return {};
   Keys seen;
   std::transform(rows.begin(), rows.end(), std::back_inserter(seen), KeyOf);
   seen.insert(seen.end(), seen_.begin(), seen_.end());

@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "standin/controllers.h"
 #include "standin/failure.h"
 #include "standin/host.h"
 #include "standin/requests.h"
-#include "standin/selfile.h"
 #include "standin/terminal.h"
 
 namespace standin {
@@ -33,16 +33,41 @@ void RequireCommands() {
   if (!missing.empty()) throw Failure(REQUEST_FAILED, "commands that the module runs are not in PATH:" + missing);
 }
 
+/// Answers no more once a signal was noted: a long log is not read to its end then.
+class InterruptibleController final : public Controller {
+ public:
+  explicit InterruptibleController(std::unique_ptr<Controller> controller) : controller_(std::move(controller)) {}
+
+  bool IsPresent() override { return controller_->IsPresent(); }
+  std::optional<uint32_t> CountEntries() override {
+    return NotedSignal() != 0 ? std::nullopt : controller_->CountEntries();
+  }
+  std::optional<LogState> GetLogState() override {
+    return NotedSignal() != 0 ? std::nullopt : controller_->GetLogState();
+  }
+  bool ReadEntry(tagSEL_DATA& entry) override {
+    if (NotedSignal() == 0) return controller_->ReadEntry(entry);
+    entry.wNextRecordID = SEL_LAST_ENTRY;  // where the module's dump stops, which goes on after a failure
+    return false;
+  }
+  std::string TakeProblem() override { return controller_->TakeProblem(); }
+  const Sensors& GetSensors() const override { return controller_->GetSensors(); }
+
+ private:
+  std::unique_ptr<Controller> controller_;
+};
+
 }  // namespace
 
 Session::Session(const Options& options) : path_(options.module), verbose_(options.verbose) {
   RequireCommands();
   // All of the machine has to be there before the module starts.
-  controller_ = MakeController(options);
+  controller_ = std::make_unique<InterruptibleController>(MakeController(options));
   host->controller = &keeper_.emplace(*controller_);
   host->dist = options.distribution;
   TakeMessages(verbose_);
-  if (options.selLog) LaySelLog(*options.selLog);
+  undisturbed_.emplace();
+  if (options.selLog) laid_.emplace(*options.selLog);
   guard_.emplace(verbose_);
   Reload();
 }
@@ -55,7 +80,7 @@ void Session::Reload() {
 }
 
 Session::~Session() {
-  Stop();
+  Close();
   host->controller = &noController;
 }
 
@@ -72,8 +97,15 @@ void Session::LetModulePrint(const std::function<void()>& print) {
 }
 
 void Session::Stop() {
+  Close();
+  ThrowIfInterrupted();
+}
+
+void Session::Close() {
   module_.reset();
   guard_.reset();
+  laid_.reset();
+  undisturbed_.reset();
 }
 
 void Session::RequireAnswers() {

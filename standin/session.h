@@ -12,10 +12,12 @@
 #include "standin/messages.h"
 #include "standin/module.h"
 #include "standin/recordkeeper.h"
+#include "standin/selfile.h"
+#include "standin/signals.h"
 
 namespace standin {
 
-/// One at a time. Its end stops the module.
+/// One at a time. Its end stops the module. A signal meanwhile is noted alone, and ends a reading of the controller.
 class Session {
  public:
   /// Sets up the machine, loads the module and starts it. Throws Failure.
@@ -37,17 +39,21 @@ class Session {
   /// Loads and starts the module anew: it has forgotten everything then. Throws Failure.
   void Reload();
 
-  /// Stops and unloads the module.
+  /// Stops and unloads the module, and removes what was laid for it. Throws Interrupted when a signal came meanwhile.
   void Stop();
 
   /// Throws Failure when the controller did not answer: modules take it for one with an empty log.
   void RequireAnswers();
 
  private:
+  void Close();
+
   std::string path_;
   bool verbose_;
   std::unique_ptr<Controller> controller_;
   std::optional<RecordKeeper> keeper_;
+  std::optional<Undisturbed> undisturbed_;
+  std::optional<LaidSelLog> laid_;
   std::optional<StreamGuard> guard_;
   std::optional<Module> module_;
 };

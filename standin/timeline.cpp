@@ -66,14 +66,15 @@ std::vector<Column> TimelineColumns() {
   return columns;
 }
 
-Table ReadView(const Module& module, uint16_t log, const View& view, const RecordKeeper& keeper) {
+Table ReadView(const Module& module, uint16_t log, const std::optional<Lines>& lines, const View& view,
+               const RecordKeeper& keeper) {
   const bool isFiltered = view.since || view.until || !view.sensorTypes.empty() || !view.severities.empty();
   // A module can find some of its newest records faster than all of them.
   const bool asksForLines = log != LOG_ALL && !isFiltered;
   Table table;
   for (const LogName& each : LOGS) {
     if (log == LOG_ALL ? !OffersLog(module, each.id) : log != each.id) continue;
-    Table one = ReadLog(module, each.id, asksForLines ? view.lines : std::nullopt, keeper);
+    Table one = ReadLog(module, each.id, asksForLines ? lines : std::nullopt, keeper);
     FillTimes(one.rows);
     NoteWithoutTime(one.rows, view, each.id);
     table.columns = std::move(one.columns);
@@ -87,7 +88,7 @@ Table ReadView(const Module& module, uint16_t log, const View& view, const Recor
   table.rows.erase(
       std::remove_if(table.rows.begin(), table.rows.end(), [&view](const Row& row) { return !IsWanted(row, view); }),
       table.rows.end());
-  if (view.lines && !asksForLines) KeepLines(table.rows, *view.lines);
+  if (lines && !asksForLines) KeepLines(table.rows, *lines);
   if (view.isReversed) std::reverse(table.rows.begin(), table.rows.end());
   return table;
 }
