@@ -83,17 +83,6 @@ TEST_F(GuestTest, TheProcessStaysAsItWas) {
   umask(mask);
 }
 
-TEST_F(GuestTest, CommandsInheritNoDescriptor) {
-  const auto before = machine::OpenDescriptors();
-  machine::Commands commands;
-  for (const char* name : {"sort", "wc", "cat"}) {
-    commands.Before(name, "for n in 3 4 5 6 7 8 9; do { true <&$n; } 2>/dev/null && echo $n; done >>/usr/zarp/open");
-  }
-  UseEverything();
-  std::istringstream open(machine::ReadFile("/usr/zarp/open"));
-  for (int descriptor = 0; open >> descriptor;) EXPECT_TRUE(before.contains(descriptor)) << descriptor;
-}
-
 /// The host's other threads start processes too, and these must not get hold of what the module has open.
 TEST_F(GuestTest, WhatIsOpenMeanwhileClosesInOtherProcesses) {
   Start();

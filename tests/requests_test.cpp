@@ -38,8 +38,6 @@ TEST_F(RequestsTest, EveryRequestNameAndOperation) {
       {SP_CONFIGITEM, Err("OnGetConfigItem", "Parameter error!"), ""},
       {SP_CONFIGITEMEX, Err("OnGetConfigItemEx", "Parameter error!"), ""},
       {"SP_SENSORS", "", ""},
-      {"SP_property", "", ""},
-      {"SP_PROPERTY ", "", ""},
       {"SP_PROPERT", "", ""},
       {nullptr, "", ""}};
   const HostModule& module = Start();

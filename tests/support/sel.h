@@ -17,8 +17,8 @@ using Records = std::vector<SELRecord>;
 inline SELRecord MakeRecord(int type, int event, int data1, int data2 = 0, int data3 = 0, int sensor = 0,
                             uint32_t time = 0) {
   SELRecord record = {0x34, 0x12, 0x02, 0, 0, 0, 0, 0x20, 0xEF, 4};
-  for (size_t i = 0; i < 4; ++i) record[3 + i] = static_cast<uint8_t>(time >> 8 * i);
-  size_t place = 10;
+  for (size_t i = 0; i < 4; ++i) record[RECORD_TIME + i] = static_cast<uint8_t>(time >> 8 * i);
+  size_t place = RECORD_SENSOR_TYPE;
   for (const int field : {type, sensor, event, data1, data2, data3}) record[place++] = static_cast<uint8_t>(field);
   return record;
 }
