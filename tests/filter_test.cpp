@@ -19,13 +19,7 @@ const std::string CACHE = "/tmp/._kestrune_cache", MERGED = "/var/log/._app_log_
 const std::string EMPTY_FILE = Dbg("LogFilter", "empty file!");
 const std::string FORMAT_ERROR = Err("LogFilter", "File format error, can not sort, please check log format.!");
 
-/// Makes the next work file's name known.
-std::string SeedWorkFile() {
-  srandom(7);
-  const long number = random();
-  srandom(7);
-  return "/tmp/__log__tmp." + std::to_string(number);
-}
+std::string SeedWorkFile() { return machine::SeedTemporary("/tmp/__log__tmp"); }
 
 class FilterTest : public ModuleTest {
  protected:
@@ -239,18 +233,24 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
 
 TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
   machine::WriteFile(MESSAGES, MakeLog(2));
-  Start();
-  struct stat before {};
-  ASSERT_EQ(stat("/tmp", &before), 0);
-  ASSERT_EQ(chmod("/tmp", 0777), 0);
-  const Reply reply = Fetch(Load(), Group(LOG_MESSAGES), 2);
-  EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, 0, 0, 0}));
-  EXPECT_EQ(reply.messages.at(1),
-            Err("PrivateFile", "Can't make file " + CACHE + ": its folder is writable for all and not sticky!"));
-  EXPECT_EQ(NewInTmp(), Names());
-  ASSERT_EQ(chmod("/tmp", 0775), 0);
-  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 2).count, 2U) << "its group is trusted";
-  ASSERT_EQ(chmod("/tmp", before.st_mode & 07777), 0);
+  machine::WriteFile(CRON, MakeLog(2));
+  for (const bool merged : {false, true}) {
+    const char* folder = merged ? "/var/log" : "/tmp";
+    const tagIDV log = Group(merged ? LOG_APPLICATION : LOG_MESSAGES);
+    Start();
+    struct stat before {};
+    ASSERT_EQ(stat(folder, &before), 0);
+    ASSERT_EQ(chmod(folder, 0777), 0);
+    const Reply reply = Fetch(Load(), log, 2);
+    EXPECT_EQ(reply.Head(), (std::array<uint32_t, 4>{1, 0, 0, 0}));
+    EXPECT_EQ(reply.messages.at(1), Err("PrivateFile", "Can't make file " + (merged ? MERGED : CACHE) +
+                                                           ": its folder is writable for all and not sticky!"));
+    EXPECT_EQ(machine::Listing(folder).count(merged ? "._app_log_.tmp" : "._kestrune_cache"), 0U);
+    ASSERT_EQ(chmod(folder, 0775), 0);
+    EXPECT_EQ(Fetch(Load(), log, 2).count, 2U) << "its group is trusted";
+    ASSERT_EQ(chmod(folder, before.st_mode & 07777), 0);
+    Unload();
+  }
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #define KESTRUNE_TESTS_SUPPORT_SEL_H_
 
 #include <cstdio>
-#include <cstdlib>
 #include <numeric>
 #include <sstream>
 #include <string>
@@ -87,13 +86,8 @@ inline std::string MakeLogFile(const Records& records, int sizeError = 0, int ch
 }
 inline constexpr char LOG_FILE[] = "/etc/zarp/conf/ipmi.log";
 
-/// Seeds the random numbers and returns the name that the next copy of the SEL log file gets.
-inline std::string SeedCopy() {
-  srandom(1);
-  std::string name = "/tmp/__sellog__tmp." + std::to_string(random());
-  srandom(1);
-  return name;
-}
+/// As machine::SeedTemporary, for a copy of it.
+inline std::string SeedCopy() { return machine::SeedTemporary("/tmp/__sellog__tmp"); }
 
 /// The messages of a plain ("") or ranged ("Ex") request, and those on a SEL log file that is bad or missing.
 inline Lines Report(const std::string& form, Lines messages) {
