@@ -9,7 +9,8 @@ build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev nl
 demo_packages=("${build_packages[@]}" socat)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
 package_packages=(dpkg-dev file)  # beside those to build
-test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool rsyslog logrotate zsh)
+test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool
+  rsyslog logrotate socat zsh)
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }
@@ -38,8 +39,8 @@ require_namespaces() {
 run it as root, or see 'sysctl kernel.unprivileged_userns_clone user.max_user_namespaces'" 125
 }
 
-# Copies the log $2, which becomes /var/log/$1, to standard output. Lines that begin with an ISO stamp, as Debian 12 writes
-# them unless told otherwise, get the traditional one, which the module knows; standard error says so.
+# Copies the log $2, which becomes /var/log/$1, to standard output. Lines that begin with an ISO stamp, as Debian 12
+# writes them unless told otherwise, get the traditional one, which the module knows; standard error says so.
 copy_log() {
   local month number=1 iso='^[0-9]{4}-[01][0-9]-[0-3][0-9]T[0-2][0-9](:[0-9]{2}){2}[^ ]* ' program
   program="0,/$iso/{//{
