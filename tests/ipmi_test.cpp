@@ -36,7 +36,7 @@ TEST(IPMISimulator, SensorsAndReadings) {
       {"Plain", {}, 200, 200, "degrees C"},
       {"Two's", {.form = 0x80}, 0xEC, -20, "degrees C"},
       {"One's", {.form = 0x40}, 0xEC, -19, "degrees C"},
-      {"Factors", {.unit = 4, .m = -512, .b = 511, .bExp = 2, .rExp = -3}, 10, 46, "V"},
+      {"Factors", {.unit = 4, .m = -512, .b = 511, .bExp = 2, .rExp = -3}, 10, 45980, "V"},
       {"Big", {.unit = 18, .m = 511, .b = -512, .bExp = -8, .rExp = 7}, 1, 5109999949, "RPM"},
       {"Log", {.unit = 6, .function = 2, .m = 100, .rExp = 1}, 100, 5, "W"},
       {"Power of 2", {.unit = 6, .function = 6}, 10, 1024, "W"},
@@ -69,7 +69,7 @@ TEST(IPMISimulator, SensorsAndReadings) {
     std::string name, value, rest;
     std::getline(std::getline(std::getline(others, name, ','), value, ','), rest);
     EXPECT_EQ(name, r.name);
-    EXPECT_EQ(std::llround(std::atof(value.c_str())), r.value) << value;
+    EXPECT_EQ(std::llround(std::atof(value.c_str()) * (sensor.unit == "V" ? 1000 : 1)), r.value) << value;
   }
   machine::WriteFile("/tmp/sensors.json", DescribeSensors(controller.GetSensors()));
   EXPECT_EQ(ReadSensors("/tmp/sensors.json"), controller.GetSensors());
