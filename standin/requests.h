@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "standin/module.h"
+#include "standin/recordkeeper.h"
 #include "standin/table.h"
 
 namespace standin {
@@ -24,6 +26,13 @@ inline constexpr std::array<LogName, 5> LOGS{{{"application", LOG_APPLICATION},
                                               {"agent", LOG_AGENT},
                                               {"sel", LOG_SEL}}};
 
+/// The name of the log with this ID.
+std::string LogTitle(uint16_t id);
+
+/// The columns of a text log and of the event log. Those of the records' fields that a line has room for are shown.
+extern const std::vector<Column> TEXT_COLUMNS;
+extern const std::vector<Column> SEL_COLUMNS;
+
 /// Records of a log, counted from 1, both ends included.
 struct Lines {
   uint32_t begin;
@@ -35,14 +44,18 @@ struct Lines {
 /// Starts the module with the host's settings: no repeated events, an update interval of 5000.
 void Start(const Module& module);
 
-/// The logs that the module offers: name, ID, records.
+/// The row of a log in their list: name, ID, records.
+Row DescribeLog(const LogName& log, int64_t records);
+
+/// The logs that the module offers.
 Table ListLogs(const Module& module);
 
 /// Whether the module offers this log.
 bool OffersLog(const Module& module, uint16_t id);
 
-/// The records of a log, newest first, all of them or some.
-Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines);
+/// The records of a log, newest first, all of them or some. `keeper` is the host's controller, which has kept the event
+/// log's records.
+Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines, const RecordKeeper& keeper);
 
 /// Has the module write a message to the system log.
 void WriteMessage(const Module& module, uint32_t level, const std::wstring& text);
