@@ -9,7 +9,7 @@ build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev nl
 demo_packages=("${build_packages[@]}" socat)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
 package_packages=(dpkg-dev file)  # beside those to build
-test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool
+test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool freeipmi-tools
   rsyslog logrotate socat zsh)
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
