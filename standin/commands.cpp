@@ -62,11 +62,13 @@ void RunLogs(const Options& options) {
 void RunShow(const Options& options) {
   Session session(options);
   const Module& module = session.GetModule();
+  std::vector<std::string> notes;
   bool isOffered = false;
   for (const LogName& log : LOGS) {
     if (options.log != LOG_ALL && options.log != log.id) continue;
     if (OffersLog(module, log.id)) {
       isOffered = true;
+      for (std::string& note : FindObstacles(log.id)) notes.push_back(std::move(note));
     } else if (options.log != LOG_ALL) {
       throw Failure(REQUEST_FAILED, "this log is not offered: " + WhyMissing(log.id));
     }
@@ -74,9 +76,7 @@ void RunShow(const Options& options) {
   if (!isOffered) throw Failure(REQUEST_FAILED, "no log is offered; kestrune-host logs --all tells why");
   Table table = ReadView(module, options.log, options.lines, options.view, session.GetKeeper());
   if (options.columns) ChooseColumns(table, *options.columns);
-  for (const LogName& log : LOGS) {
-    if (options.log == LOG_ALL || options.log == log.id) ShowNotes(FindObstacles(log.id));
-  }
+  ShowNotes(notes);
   StopAndShow(session, table, options.format);
 }
 

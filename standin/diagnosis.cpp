@@ -63,7 +63,7 @@ std::string ObstacleToMake(const std::string& path) {
   if (lstat(path.c_str(), &status) != 0 || status.st_uid == geteuid() || geteuid() == 0) return "";
   const passwd* owner = getpwuid(status.st_uid);
   const std::string name = owner != nullptr ? owner->pw_name : std::to_string(status.st_uid);
-  return path + " is a file of " + name + "'s, who has the module at work" + RunAsRoot();
+  return path + ", a file of the module's, belongs to " + name + " here" + RunAsRoot();
 }
 
 void AddIfAny(std::string note, Notes& notes) {
