@@ -6,7 +6,7 @@ _kestrune_host() {
   COMPREPLY=()
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $each in
-      logs | show | write | settings | dump-sel | save | pack-sel) command=${command:-$each} ;;
+      logs | show | follow | write | settings | dump-sel | save | pack-sel) command=${command:-$each} ;;
       application | secure | messages | agent | sel | all) log=$each ;;
       -n) used+='-n --lines ' ;;
       --lines) used+='-n --lines ' ;;
@@ -18,7 +18,7 @@ _kestrune_host() {
     esac
   done
   case $before in
-    --module | --sel | --sensors | --sel-log | --ipmi-password-file)
+    --module | --sel | --sensors | --sel-log | --ipmi-password-file | --state)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return ;;
@@ -30,14 +30,19 @@ _kestrune_host() {
     --severity)
       mapfile -t COMPREPLY < <(compgen -W 'non-recoverable critical failure non-critical information' -- "$word")
       return ;;
-    -n | --lines | --sensor-type | --columns | --set | --ipmi | --ipmi-user | --ipmi-timeout) return ;;
+    --to) mapfile -t COMPREPLY < <(compgen -W 'journal' -- "$word"); return ;;
+    --from) mapfile -t COMPREPLY < <(compgen -W 'now' -- "$word"); return ;;
+    -n | --lines | --interval | --sensor-type | --columns | --set | --ipmi | --ipmi-user | --ipmi-timeout) return ;;
   esac
   case $command in
-    '') options+=' --version logs show write settings dump-sel save pack-sel' ;;
+    '') options+=' --version logs show follow write settings dump-sel save pack-sel' ;;
     logs) options+=' --all --format' ;;
     show)
       options+=' --lines -n --since --until --sensor-type --severity --reverse --columns --format'
       [[ $word == -* || $log ]] || options='application secure messages agent sel all' ;;
+    follow)
+      options+=' -n --interval --columns --format --to --state --from'
+      [[ $word == -* ]] || options='application secure messages agent sel all' ;;
     write) options+=' --level' ;;
     save)
       used=${used/ --sel --ipmi --no-controller / --sel }  # here it is the file that is written

@@ -149,7 +149,9 @@ void AddShow(CLI::App& app, Options& options, Texts& texts) {
 void AddFollow(CLI::App& app, Options& options, Texts& texts) {
   CLI::App& follow = *app.add_subcommand("follow", "Show new records of logs as they come, until a signal ends it");
   follow.add_option("LOG", texts.followed, "The logs, or all")->required()->check(OneOf(LogNames()))->type_name("");
-  follow.add_option("-n", options.follow.newest, "First the newest N records of each (0)")->type_name("N");
+  follow.add_option("-n", options.follow.newest, "First the newest N records of each (0)")
+      ->check(Within(0, UINT32_MAX))
+      ->type_name("N");
   follow
       .add_option_function<int>(
           "--interval", [&options](int seconds) { options.follow.interval = std::chrono::seconds(seconds); },
