@@ -1,13 +1,17 @@
 #include "standin/follow.h"
 
+#include <poll.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <memory>
 
+#include "standin/diagnosis.h"
 #include "standin/failure.h"
-#include "standin/followsession.h"
+#include "standin/followedmodule.h"
 #include "standin/recordstream.h"
 #include "standin/selfollower.h"
-#include "standin/stopsignals.h"
+#include "standin/signals.h"
 #include "standin/textfollower.h"
 #include "standin/timeline.h"
 
@@ -23,16 +27,16 @@ std::vector<uint16_t> ChooseLogs(const Module& module, const std::vector<uint16_
     if (OffersLog(module, log.id)) {
       logs.push_back(log.id);
     } else if (isNamed) {
-      throw Failure(REQUEST_FAILED, std::string("the module does not offer the log '") + log.name + "' here");
+      throw Failure(REQUEST_FAILED, std::string("this log is not offered: ") + WhyMissing(log.id));
     }
   }
-  if (logs.empty()) throw Failure(REQUEST_FAILED, "the module offers no log here");
+  if (logs.empty()) throw Failure(REQUEST_FAILED, "no log is offered; kestrune-host logs --all tells why");
   return logs;
 }
 
-std::unique_ptr<Follower> MakeFollower(FollowSession& session, uint16_t log) {
-  if (log == LOG_SEL) return std::make_unique<SELFollower>(session);
-  return std::make_unique<TextFollower>(session, log);
+std::unique_ptr<Follower> MakeFollower(FollowedModule& module, uint16_t log) {
+  if (log == LOG_SEL) return std::make_unique<SELFollower>(module);
+  return std::make_unique<TextFollower>(module, log);
 }
 
 std::vector<Column> ColumnsOf(const std::vector<uint16_t>& logs) {
@@ -40,21 +44,28 @@ std::vector<Column> ColumnsOf(const std::vector<uint16_t>& logs) {
   return logs.front() == LOG_SEL ? SEL_COLUMNS : TEXT_COLUMNS;
 }
 
+/// Waits for the next look. Returns false when a signal came, or nobody reads standard output any more.
+bool Wait(std::chrono::seconds time) {
+  SleepUndisturbed(time);
+  pollfd output{STDOUT_FILENO, 0, 0};
+  poll(&output, 1, 0);
+  return NotedSignal() == 0 && (output.revents & POLLERR) == 0;
+}
+
 }  // namespace
 
-void Follow(const std::string& modulePath, const FollowOptions& options, RecordKeeper& keeper) {
-  StopSignals signals;
-  FollowSession session(modulePath, keeper);
+void Follow(const FollowOptions& options, Session& session) {
+  FollowedModule module(session);
   const std::vector<uint16_t> logs = ChooseLogs(session.GetModule(), options.logs);
   Table table{ColumnsOf(logs), {}};
   if (options.columns) ChooseColumns(table, *options.columns);
   RecordStream stream(table.columns, options.format);
   std::vector<std::unique_ptr<Follower>> followers;
   for (const uint16_t log : logs) {
-    followers.push_back(MakeFollower(session, log));
+    followers.push_back(MakeFollower(module, log));
     for (const Row& row : followers.back()->Start(options.newest)) stream.Write(row);
   }
-  while (signals.Wait(options.interval, true)) {
+  while (Wait(options.interval)) {
     for (const auto& follower : followers) {
       for (const Row& row : follower->TakeNew()) stream.Write(row);
     }

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "standin/recordkeeper.h"
-
 namespace standin {
+
+class Session;
 
 struct FollowOptions {
   std::vector<uint16_t> logs;  ///< all that the module offers when there is none
@@ -20,9 +20,9 @@ struct FollowOptions {
   std::optional<std::string> columns;
 };
 
-/// Shows the newest records of the logs and then each new one until a signal ends it. `keeper` is the host's
-/// controller. Throws Failure, also for a log that the module does not offer.
-void Follow(const std::string& modulePath, const FollowOptions& options, RecordKeeper& keeper);
+/// Shows the newest records of the logs and then each new one until a signal ends it. Throws Failure, also for a log
+/// that the module does not offer.
+void Follow(const FollowOptions& options, Session& session);
 
 }  // namespace standin
 

@@ -6,14 +6,15 @@
 #include <deque>
 #include <iterator>
 
+#include "standin/diagnosis.h"
 #include "standin/failure.h"
-#include "standin/followsession.h"
+#include "standin/followedmodule.h"
 #include "standin/followstate.h"
 #include "standin/journal.h"
 #include "standin/journalfields.h"
 #include "standin/notice.h"
 #include "standin/selfollower.h"
-#include "standin/stopsignals.h"
+#include "standin/signals.h"
 
 namespace standin {
 namespace {
@@ -30,10 +31,9 @@ class JournalQueue {
     rows_.insert(rows_.end(), std::make_move_iterator(rows.begin()), std::make_move_iterator(rows.end()));
   }
 
-  /// Sends as much as the journal takes, until `stop`. What is left is sent another time.
-  template <typename Stop>
-  void Send(Stop stop) {
-    while (!stop() && !rows_.empty() && SendBatch()) {
+  /// Sends as much as the journal takes, until a signal comes. What is left is sent another time.
+  void Send() {
+    while (NotedSignal() == 0 && !rows_.empty() && SendBatch()) {
     }
   }
 
@@ -73,30 +73,29 @@ class JournalQueue {
 };
 
 /// Waits, and tells the service manager meanwhile that this process lives. Returns whether to go on.
-bool Wait(StopSignals& signals, std::chrono::milliseconds time) {
+bool Wait(std::chrono::milliseconds time) {
   uint64_t watchdog = 0;
-  if (sd_watchdog_enabled(0, &watchdog) <= 0) return signals.Wait(time, false);
-  const std::chrono::milliseconds slice(std::max<uint64_t>(1, watchdog / 2000));
-  for (; time.count() > 0; time -= slice) {
+  const bool isWatched = sd_watchdog_enabled(0, &watchdog) > 0;
+  const std::chrono::milliseconds slice = isWatched ? std::chrono::milliseconds(1 + watchdog / 2000) : time;
+  for (; time.count() > 0 && NotedSignal() == 0; time -= slice) {
     sd_notify(0, "WATCHDOG=1");
-    if (!signals.Wait(std::min(slice, time), false)) return false;
+    SleepUndisturbed(std::min(slice, time));
   }
-  return true;
+  return NotedSignal() == 0;
 }
 
 }  // namespace
 
-void FollowToJournal(const std::string& modulePath, const JournalOptions& options, RecordKeeper& keeper) {
-  StopSignals signals;
-  FollowSession session(modulePath, keeper);
+void FollowToJournal(const JournalOptions& options, Session& session) {
+  FollowedModule module(session);
   if (!OffersLog(session.GetModule(), LOG_SEL)) {
-    throw Failure(REQUEST_FAILED, "the module does not offer the log 'sel' here");
+    throw Failure(REQUEST_FAILED, "this log is not offered: " + WhyMissing(LOG_SEL));
   }
   FollowState state(options.state);
   std::string broken;
   const bool isKnown = state.Read(broken);
   Notice().Say(broken);
-  SELFollower follower(session);
+  SELFollower follower(module);
   follower.Resume(state.Records());
   sd_notify(0, "READY=1");
   if (!isKnown && options.fromNow && broken.empty()) {
@@ -106,8 +105,8 @@ void FollowToJournal(const std::string& modulePath, const JournalOptions& option
   JournalQueue queue(state);
   do {
     queue.Add(follower.TakeNew());
-    queue.Send([&signals] { return signals.IsStopped(); });
-  } while (Wait(signals, options.interval));
+    queue.Send();
+  } while (Wait(options.interval));
   sd_notify(0, "STOPPING=1");
 }
 

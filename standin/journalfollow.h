@@ -6,9 +6,9 @@
 #include <chrono>
 #include <string>
 
-#include "standin/recordkeeper.h"
-
 namespace standin {
+
+class Session;
 
 struct JournalOptions {
   std::string state = "/var/lib/kestrune-sel/state.json";
@@ -17,9 +17,8 @@ struct JournalOptions {
 };
 
 /// Sends what the state file does not know and then each new record, until a signal ends it. Where it stands is written
-/// once the journal has what was sent. Tells the service manager that it is ready, and that it lives. `keeper` is the
-/// host's controller. Throws Failure.
-void FollowToJournal(const std::string& modulePath, const JournalOptions& options, RecordKeeper& keeper);
+/// once the journal has what was sent. Tells the service manager that it is ready, and that it lives. Throws Failure.
+void FollowToJournal(const JournalOptions& options, Session& session);
 
 }  // namespace standin
 

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <utility>
 
+#include "standin/signals.h"
+
 namespace standin {
 namespace {
 
@@ -27,10 +29,10 @@ std::string SELFollower::KeyOf(const Row& row) {
 }
 
 std::optional<SELFollower::Sources> SELFollower::Look() {
-  const auto controller = session_.Keeper().GetLogState();
-  notice_.Say(session_.Keeper().TakeProblem());
+  const auto controller = module_.GetController().GetLogState();
+  notice_.Say(module_.GetController().TakeProblem());
   if (!controller) return std::nullopt;
-  return Sources{*controller, LookAt(session_.Files(LOG_SEL).front())};
+  return Sources{*controller, LookAt(module_.Files(LOG_SEL).front())};
 }
 
 /// Whether the host has its own copy of every record; while the log changes under the list it may not.
@@ -47,7 +49,7 @@ std::vector<Row> SELFollower::ListNew(uint32_t count) {
   const uint32_t added = count > lastCount_ ? count - lastCount_ : 0;
   for (uint32_t end = std::min(count, added + OVERLAP);; end = count) {
     std::vector<Row> rows;
-    if (end > 0) rows = session_.ReadRange(LOG_SEL, 1, end);
+    if (end > 0) rows = module_.ReadRange(LOG_SEL, 1, end);
     Keys listed;
     std::transform(rows.begin(), rows.end(), std::back_inserter(listed), KeyOf);
     const size_t fresh = CountNew(seen_, listed);
@@ -64,14 +66,15 @@ std::vector<Row> SELFollower::TakeNew() {
   if (last_ && sources->controller != last_->controller &&
       (sources->controller.erasure != last_->controller.erasure ||
        sources->controller.entries <= last_->controller.entries)) {
-    session_.Reload();
+    module_.Reload();
   }
   last_.reset();
-  const uint32_t count = session_.CountAnew(LOG_SEL);
+  const uint32_t count = module_.CountAnew(LOG_SEL);
   std::vector<Row> rows = ListNew(count);
-  const std::string problem = session_.Keeper().TakeProblem();
+  const std::string problem = module_.GetController().TakeProblem();
   notice_.Say(problem);
-  if (!problem.empty() || !IsWhole(rows)) return {};
+  // A signal ends the reading of a log before its end.
+  if (!problem.empty() || NotedSignal() != 0 || !IsWhole(rows)) return {};
   Keys seen;
   std::transform(rows.begin(), rows.end(), std::back_inserter(seen), KeyOf);
   seen.insert(seen.end(), seen_.begin(), seen_.end());

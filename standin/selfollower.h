@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "standin/followedmodule.h"
 #include "standin/follower.h"
-#include "standin/followsession.h"
 #include "standin/logfiles.h"
 #include "standin/newitems.h"
 #include "standin/notice.h"
@@ -17,8 +17,8 @@ namespace standin {
 
 class SELFollower final : public Follower {
  public:
-  /// `session` is not owned.
-  explicit SELFollower(FollowSession& session) : session_(session) {}
+  /// `module` is not owned.
+  explicit SELFollower(FollowedModule& module) : module_(module) {}
 
   /// What is known of a record, and says which one it is.
   static std::string KeyOf(const Row& row);
@@ -43,7 +43,7 @@ class SELFollower final : public Follower {
   std::vector<Row> ListNew(uint32_t count);
   bool IsWhole(const std::vector<Row>& rows);
 
-  FollowSession& session_;
+  FollowedModule& module_;
   Keys seen_;
   std::optional<Sources> last_;  ///< none while there is more to be listed than was
   uint32_t lastCount_ = 0;

@@ -72,15 +72,15 @@ std::vector<FileState> WaitForSecond(const std::vector<std::string>& paths) {
 /// Has the module take the log as it is now. Returns false when the log changed its file meanwhile.
 bool TextFollower::TakeSnapshot(Snapshot& snapshot) {
   const bool isMerged = log_ == LOG_APPLICATION;
-  const std::vector<std::string> paths = session_.Files(log_);
+  const std::vector<std::string> paths = module_.Files(log_);
   snapshot.files = isMerged ? WaitForSecond(paths) : LookAtAll(paths);
   // What came later in the second of the last snapshot was not merged, and no later change has it merged.
-  if (isMerged && isWrittenYet_ && SecondOf(snapshot.files) == SecondOf(last_.files)) session_.Reload();
+  if (isMerged && isWrittenYet_ && SecondOf(snapshot.files) == SecondOf(last_.files)) module_.Reload();
   isWrittenYet_ = isMerged && SecondOf(snapshot.files) >= Now();
-  snapshot.lines = session_.CountAnew(log_);
-  if (session_.Files(log_) != paths) snapshot.files = LookAtAll(session_.Files(log_));
+  snapshot.lines = module_.CountAnew(log_);
+  if (module_.Files(log_) != paths) snapshot.files = LookAtAll(module_.Files(log_));
   // A log that is cut while it is copied is answered as empty.
-  return AreContinued(snapshot.files, LookAtAll(session_.Files(log_))) &&
+  return AreContinued(snapshot.files, LookAtAll(module_.Files(log_))) &&
          (snapshot.lines > 0 || !HoldBytes(snapshot.files));
 }
 
@@ -90,7 +90,7 @@ bool TextFollower::NeedsComparison(uint32_t lines) const { return log_ == LOG_AP
 /// it is that line alone, whose first item is delivered.
 std::vector<Row> TextFollower::ReadNewest(uint32_t begin, uint32_t end) const {
   if (begin > end) return {};
-  std::vector<Row> rows = session_.ReadRange(log_, begin, end);
+  std::vector<Row> rows = module_.ReadRange(log_, begin, end);
   const auto isSuspicious = [](const Row& row) {
     return KeyOf(row).size() >= SUSPICIOUS_LENGTH || row.fields.value("message", "").empty();
   };
@@ -110,7 +110,7 @@ std::vector<Row> TextFollower::Compare(uint32_t lines, uint32_t enough) {
   std::vector<Row> found;
   uint32_t begin = 1;
   for (; begin <= lines && found.size() < enough; begin += PAGE) {
-    for (Row& row : session_.ReadRange(log_, begin, std::min(lines, begin + PAGE - 1))) {
+    for (Row& row : module_.ReadRange(log_, begin, std::min(lines, begin + PAGE - 1))) {
       if (seen_.Note(KeyOf(row))) found.push_back(std::move(row));
     }
   }
@@ -133,7 +133,7 @@ std::vector<Row> TextFollower::Start(uint32_t newest) {
 }
 
 std::vector<Row> TextFollower::TakeNew() {
-  if (!isWrittenYet_ && LookAtAll(session_.Files(log_)) == last_.files) return {};
+  if (!isWrittenYet_ && LookAtAll(module_.Files(log_)) == last_.files) return {};
   Snapshot snapshot;
   if (!TakeSnapshot(snapshot)) return {};
   const bool isContinued = AreContinued(last_.files, snapshot.files);

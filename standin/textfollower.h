@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "standin/followedmodule.h"
 #include "standin/follower.h"
-#include "standin/followsession.h"
 #include "standin/logfiles.h"
 #include "standin/newitems.h"
 
@@ -18,8 +18,8 @@ namespace standin {
 /// list is compared with the one before. What a rotation took away before it was looked at is not listed any more.
 class TextFollower final : public Follower {
  public:
-  /// `session` is not owned.
-  TextFollower(FollowSession& session, uint16_t log) : session_(session), log_(log) {}
+  /// `module` is not owned.
+  TextFollower(FollowedModule& module, uint16_t log) : module_(module), log_(log) {}
 
   std::vector<Row> Start(uint32_t newest) override;
   std::vector<Row> TakeNew() override;
@@ -35,7 +35,7 @@ class TextFollower final : public Follower {
   std::vector<Row> ReadNewest(uint32_t begin, uint32_t end) const;
   std::vector<Row> Compare(uint32_t lines, uint32_t enough);
 
-  FollowSession& session_;
+  FollowedModule& module_;
   uint16_t log_;
   Snapshot last_;
   SeenLines seen_;

@@ -1,25 +1,23 @@
-/// followsession.h: a module that is asked again and again for logs that grow.
+/// followedmodule.h: a module that is asked again and again for logs that grow.
 ///
 /// A module lists a text log as it was when it was first asked for it, until it is asked for another one, so that a
 /// host can page through it. This knows how to have it look again.
-#ifndef KESTRUNE_STANDIN_FOLLOWSESSION_H_
-#define KESTRUNE_STANDIN_FOLLOWSESSION_H_
+#ifndef KESTRUNE_STANDIN_FOLLOWEDMODULE_H_
+#define KESTRUNE_STANDIN_FOLLOWEDMODULE_H_
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "standin/module.h"
-#include "standin/recordkeeper.h"
 #include "standin/requests.h"
+#include "standin/session.h"
 
 namespace standin {
 
-class FollowSession {
+class FollowedModule {
  public:
-  /// Loads and starts the module at `path`. `keeper` is the host's controller, and not owned. Throws Failure.
-  FollowSession(std::string path, RecordKeeper& keeper);
+  /// `session` is not owned.
+  explicit FollowedModule(Session& session);
 
   /// The records of the log as it is now. Until this is called again, ReadRange reads the text log of that moment.
   uint32_t CountAnew(uint16_t log);
@@ -31,15 +29,13 @@ class FollowSession {
   void Reload();
 
   std::vector<std::string> Files(uint16_t log) const;
-  const Module& GetModule() const { return *module_; }
-  RecordKeeper& Keeper() { return keeper_; }
+  const Module& GetModule() const { return session_.GetModule(); }
+  Controller& GetController() { return session_.GetController(); }
 
  private:
   bool TurnAway(uint16_t log);
 
-  std::string path_;
-  RecordKeeper& keeper_;
-  std::unique_ptr<Module> module_;
+  Session& session_;
   bool knowsSEL_ = false;     ///< whether it holds the controller's entries, which it would have to read anew
   uint16_t lastTextLog_ = 0;  ///< the text log that the module was asked for last
   size_t appFiles_ = 0;       ///< the most files that the application log had
@@ -47,4 +43,4 @@ class FollowSession {
 
 }  // namespace standin
 
-#endif  // KESTRUNE_STANDIN_FOLLOWSESSION_H_
+#endif  // KESTRUNE_STANDIN_FOLLOWEDMODULE_H_

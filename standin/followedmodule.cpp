@@ -1,32 +1,26 @@
-#include "standin/followsession.h"
+#include "standin/followedmodule.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <utility>
 
 #include "standin/logfiles.h"
 
 namespace standin {
 
-FollowSession::FollowSession(std::string path, RecordKeeper& keeper) : path_(std::move(path)), keeper_(keeper) {
-  Reload();
-}
+FollowedModule::FollowedModule(Session& session) : session_(session), appFiles_(Files(LOG_APPLICATION).size()) {}
 
-void FollowSession::Reload() {
-  module_.reset();  // before the new one is loaded: the same file is loaded once
-  module_ = std::make_unique<Module>(path_);
-  keeper_.Forget();
-  Start(*module_);
+void FollowedModule::Reload() {
+  session_.Reload();
   lastTextLog_ = 0;
   knowsSEL_ = false;
   appFiles_ = std::max(appFiles_, Files(LOG_APPLICATION).size());
 }
 
-std::vector<std::string> FollowSession::Files(uint16_t log) const { return FilesOf(log, *module_->AppLogList); }
+std::vector<std::string> FollowedModule::Files(uint16_t log) const { return FilesOf(log, *GetModule().AppLogList); }
 
 /// Asks for another text log, the smallest one. Returns whether there was one.
-bool FollowSession::TurnAway(uint16_t log) {
+bool FollowedModule::TurnAway(uint16_t log) {
   uint16_t other = 0;
   off_t least = 0;
   for (const LogName& each : LOGS) {
@@ -37,25 +31,25 @@ bool FollowSession::TurnAway(uint16_t log) {
     other = each.id;
     least = state.size;
   }
-  if (other != 0) CountRecords(*module_, other);
+  if (other != 0) CountRecords(GetModule(), other);
   return other != 0;
 }
 
-uint32_t FollowSession::CountAnew(uint16_t log) {
+uint32_t FollowedModule::CountAnew(uint16_t log) {
   if (log == LOG_SEL) {
     knowsSEL_ = true;
-    return CountRecords(*module_, log);
+    return CountRecords(GetModule(), log);
   }
   // A start finds out which files the application log has, and one that is just being rotated is missing then.
   const bool lacksFile = log == LOG_APPLICATION && Files(log).size() < appFiles_;
   const bool isStale = lastTextLog_ == log && (!knowsSEL_ || !TurnAway(log));
   if (lacksFile || isStale) Reload();
   lastTextLog_ = log;
-  return CountRecords(*module_, log);
+  return CountRecords(GetModule(), log);
 }
 
-std::vector<Row> FollowSession::ReadRange(uint16_t log, uint32_t begin, uint32_t end) const {
-  return ReadLog(*module_, log, Lines{begin, end}, keeper_).rows;
+std::vector<Row> FollowedModule::ReadRange(uint16_t log, uint32_t begin, uint32_t end) const {
+  return ReadLog(GetModule(), log, Lines{begin, end}, session_.GetKeeper()).rows;
 }
 
 }  // namespace standin
