@@ -56,19 +56,29 @@ class Keeper:
 
     def cost(self, name):
         """CPU seconds that a process has used, and its resident memory in KiB."""
-        pid = self.processes[name].pid
-        with open(f"/proc/{pid}/stat", encoding="ascii") as stat:
-            fields = stat.read().rpartition(")")[2].split()
-        with open(f"/proc/{pid}/status", encoding="ascii") as status:
-            memory = next(line for line in status if line.startswith("VmRSS")).split()[1]
-        ticks = sum(int(field) for field in fields[11:15])  # its own and its children's
-        return ticks / os.sysconf("SC_CLK_TCK"), int(memory)
+        folder = f"/proc/{self.processes[name].pid}"
+        own = sum(int(read(f"{folder}/task/{task}/schedstat").split()[0]) for task in os.listdir(f"{folder}/task"))
+        children = sum(int(field) for field in read(f"{folder}/stat").rpartition(")")[2].split()[13:15])
+        memory = next(line for line in read(f"{folder}/status").splitlines() if line.startswith("VmRSS")).split()[1]
+        return own / 1e9 + children / os.sysconf("SC_CLK_TCK"), int(memory)
 
 
 def write(path, text):
     os.makedirs(os.path.dirname(path), exist_ok=True)
     with open(path, "w", encoding="ascii") as file:
         file.write(text)
+
+
+def read(path):
+    with open(path, encoding="ascii") as file:
+        return file.read()
+
+
+def journal_entries(folder):
+    """The entries of followers in the journal of a folder."""
+    done = subprocess.run(["journalctl", "--directory", folder, "-o", "json", "SYSLOG_IDENTIFIER=kestrune-sel"],
+                          capture_output=True, text=True, check=False)
+    return [json.loads(line) for line in done.stdout.splitlines()]
 
 
 def start_journal(keeper):
@@ -134,6 +144,10 @@ class Machine:
             data = file.read().hex().upper()
         return [data[place:place + 32] for place in range(0, len(data), 32)]
 
+    def written(self):
+        """The raw records in its own journal."""
+        return [entry["SEL_RAW"] for entry in journal_entries("/run/log/journal")]
+
     def rest(self, seconds):
         before, _ = self.keeper.cost("follower")
         time.sleep(seconds)
@@ -157,10 +171,7 @@ class Collector:
 
     def records(self):
         """Machine and raw record of each entry."""
-        done = subprocess.run(["journalctl", "--directory", self.FOLDER, "-o", "json", "SYSLOG_IDENTIFIER=kestrune-sel"],
-                              capture_output=True, text=True, check=False)
-        entries = [json.loads(line) for line in done.stdout.splitlines()]
-        return [(entry["_MACHINE_ID"], entry["SEL_RAW"]) for entry in entries]
+        return [(entry["_MACHINE_ID"], entry["SEL_RAW"]) for entry in journal_entries(self.FOLDER)]
 
 
 def serve(server):
@@ -241,8 +252,10 @@ def run_fleet(count, seconds):
     print(f"{len(sent)} records sent, {len(sent & set(found))} found, {len(found) - len(set(found))} repeated, "
           f"{len(lost)} lost; {len(sent) / duration:.1f} records a second")
     print(f"a follower at rest: {rest[0]['cpu']:.2f} CPU seconds an hour, {rest[0]['memory'] / 1024:.1f} MiB")
-    for machine_id, record in sorted(lost):
-        print(f"lost: machine {int(machine_id, 16)}, record {record}")
+    for machine in machines:
+        for record in sorted(record for machine_id, record in lost if machine_id == machine.machine_id):
+            place = "on its way to the collector" if record in machine.ask("written") else "before its own journal"
+            print(f"lost: machine {int(machine.machine_id, 16)}, record {record}, {place}")
     return len(lost)
 
 

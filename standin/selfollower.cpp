@@ -49,7 +49,8 @@ std::vector<Row> SELFollower::ListNew(uint32_t count) {
   const uint32_t added = count > lastCount_ ? count - lastCount_ : 0;
   for (uint32_t end = std::min(count, added + OVERLAP);; end = count) {
     std::vector<Row> rows;
-    if (end > 0) rows = module_.ReadRange(LOG_SEL, 1, end);
+    // Records that came since the count push the oldest ones of a range out of it; a list to the end has them all.
+    if (end > 0) rows = module_.ReadRange(LOG_SEL, 1, end < count ? end : UINT32_MAX);
     Keys listed;
     std::transform(rows.begin(), rows.end(), std::back_inserter(listed), KeyOf);
     const size_t fresh = CountNew(seen_, listed);
