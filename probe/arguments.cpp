@@ -1,8 +1,9 @@
 #include "probe/arguments.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <langinfo.h>
-#include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,32 +21,36 @@
 namespace probe {
 namespace {
 
-bool IsMapped(const void* memory, size_t size) {
-  const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-  const uintptr_t begin = reinterpret_cast<uintptr_t>(memory) / page * page;
-  return msync(reinterpret_cast<void*>(begin), reinterpret_cast<uintptr_t>(memory) + size - begin, MS_ASYNC) == 0;
+/// Whether the page of this address can be read. The kernel looks at the set before it finds that it cannot do what it
+/// is asked, and so changes nothing.
+bool IsPageReadable(uintptr_t address) {
+  constexpr int nothing = -1;
+  constexpr size_t setSize = 8;
+  return syscall(SYS_rt_sigprocmask, nothing, address / setSize * setSize, nullptr, setSize) == 0 || errno != EFAULT;
 }
 
-/// Whether the memory has room for `size` bytes, as far as that can be known.
+uintptr_t PageSize() { return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE)); }
+
+/// Whether the memory has room for `size` bytes, more than none, as far as that can be known.
 bool HasRoom(const void* memory, size_t size) {
-  const std::optional<size_t> room = RoomAt(memory);
-  return room ? size <= *room : IsMapped(memory, size);
+  if (const std::optional<size_t> room = RoomAt(memory)) return size <= *room;
+  const auto begin = reinterpret_cast<uintptr_t>(memory);
+  for (uintptr_t page = begin / PageSize() * PageSize(); page < begin + size; page += PageSize()) {
+    if (!IsPageReadable(page)) return false;
+  }
+  return true;
 }
 
 /// Looks for the NUL in the block that the text begins, or page by page up to memory that is not there.
 bool IsTerminated(const wchar_t* text) {
   if (const std::optional<size_t> room = RoomAt(text)) return wmemchr(text, 0, *room / sizeof(wchar_t)) != nullptr;
   constexpr size_t farEnough = 4096;  // no more than 255 bytes of it are used
-  constexpr size_t step = 64;
-  for (size_t i = 0; i < farEnough; i += step) {
-    if (!IsMapped(text + i, step * sizeof(wchar_t))) {
-      // The last steps in the mapped part, one by one.
-      for (size_t j = i; j < i + step && IsMapped(text + j, sizeof(wchar_t)); ++j) {
-        if (text[j] == 0) return true;
-      }
-      return false;
-    }
-    if (wmemchr(text + i, 0, step) != nullptr) return true;
+  for (size_t i = 0; i < farEnough;) {
+    const auto at = reinterpret_cast<uintptr_t>(text + i);
+    if (!IsPageReadable(at)) return false;
+    const size_t rest = std::max<size_t>((PageSize() - at % PageSize()) / sizeof(wchar_t), 1);
+    if (wmemchr(text + i, 0, rest) != nullptr) return true;
+    i += rest;
   }
   return false;
 }

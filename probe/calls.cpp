@@ -39,17 +39,18 @@ bool IsInSignalHandler() {
   return found;
 }
 
+/// Tells of a state of the process once, in the first call that meets it.
 void CheckProcess(const std::string& what) {
+  static std::atomic<bool> isToldOf[4];
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) < 0) {
+    if (fcntl(descriptor, F_GETFD) < 0 && !isToldOf[descriptor].exchange(true)) {
       Report(Rule::DESCRIPTORS, "descriptor " + std::to_string(descriptor) + " was closed in " + what);
     }
   }
   struct sigaction action {};
   sigaction(SIGCHLD, nullptr, &action);
-  if (action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0) {
-    Report(Rule::CHILD_SIGNAL, "SIGCHLD was ignored in " + what);
-  }
+  const bool isIgnored = action.sa_handler == SIG_IGN || (action.sa_flags & SA_NOCLDWAIT) != 0;
+  if (isIgnored && !isToldOf[3].exchange(true)) Report(Rule::CHILD_SIGNAL, "SIGCHLD was ignored in " + what);
 }
 
 }  // namespace
@@ -85,6 +86,10 @@ LockedCall::~LockedCall() {
   pthread_setcancelstate(cancelState_, nullptr);
 }
 
-void PrepareForForks() { pthread_atfork(nullptr, nullptr, LeaveMemory); }
+void PrepareForForks() {
+  pthread_atfork(nullptr, nullptr, [] {
+    if (process != 0) LeaveMemory();
+  });
+}
 
 }  // namespace probe

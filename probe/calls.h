@@ -45,7 +45,8 @@ void CheckCaller(const std::string& what);
 /// Whether this is the process that made the first call, or there was none yet.
 bool IsOwnProcess();
 
-/// Has forked children do without what other threads held when they were made.
+/// Has forked children of a process that has made a call do without what its other threads held: what they free is no
+/// longer looked at.
 void PrepareForForks();
 
 }  // namespace probe

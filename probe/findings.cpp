@@ -121,6 +121,8 @@ std::string RenderXml() {
 
 }  // namespace
 
+void PrepareReport() { Shared(); }
+
 void Report(Rule rule, const std::string& what) {
   std::array<char, sizeof(Finding::what)> line{};
   std::transform(what.begin(), what.begin() + static_cast<ptrdiff_t>(std::min(what.size(), line.size() - 1)),

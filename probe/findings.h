@@ -10,6 +10,9 @@
 
 namespace probe {
 
+/// Makes the memory of the findings; forked children share that of their parent.
+void PrepareReport();
+
 /// Notes that `what` was done against `rule`. The same words are noted once. From any thread, also in a forked child,
 /// whose findings stand in the report of its parent.
 void Report(Rule rule, const std::string& what);

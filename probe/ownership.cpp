@@ -148,10 +148,9 @@ void TakeBackStrings(char* begin) {
 
 void CheckContent(char* begin, const Block& block) {
   if (!block.isChecked) return;
-  const bool isSame =
-      block.kind == Kind::STRING
-          ? SumString(reinterpret_cast<const wchar_t*>(begin), block.size) == block.sum
-          : CountEntries(begin) == block.size && SumEntries(EntriesAt(begin), block.size) == block.sum;
+  const bool isSame = block.kind == Kind::STRING
+                          ? SumString(reinterpret_cast<const wchar_t*>(begin), block.size) == block.sum
+                          : CountEntries(begin) == block.size && SumEntries(EntriesAt(begin), block.size) == block.sum;
   if (!isSame) Report(Rule::CHANGED, NameOf(block) + " was not as it had been when it was freed");
 }
 
@@ -163,9 +162,8 @@ void GiveItems(const tagCONFIGITEM* items, uint32_t count, const std::string& te
   for (uint32_t i = 0; i < count; ++i) {
     const tagCONFIGITEM& item = items[i];
     if (item.pEntries == nullptr) continue;
-    Insert(
-        reinterpret_cast<const char*>(item.pEntries) - LENGTH_SIZE,
-        {origin, SumEntries(item.pEntries, item.dwEntryCount), item.dwEntryCount, Kind::ENTRIES, true, false});
+    Insert(reinterpret_cast<const char*>(item.pEntries) - LENGTH_SIZE,
+           {origin, SumEntries(item.pEntries, item.dwEntryCount), item.dwEntryCount, Kind::ENTRIES, true, false});
     for (uint32_t j = 0; j < item.dwEntryCount; ++j) {
       const tagCONFIGENTRY& entry = item.pEntries[j];
       if (entry.varValue.vt != VT_BSTR || entry.varValue.value.bstrVal == nullptr) continue;

@@ -32,6 +32,7 @@ class Presence {
  public:
   Presence() {
     const OwnWork own;
+    probe::PrepareReport();
     if (const char* path = getenv("KESTRUNE_PROBE_TRACE"); path != nullptr && *path != '\0') probe::OpenTrace(path);
     probe::ReadTrouble();
     probe::CheckHostFunctions();

@@ -46,6 +46,7 @@ std::optional<uint64_t> seed;
 struct Turn {
   Choice choice;
   bool isCounted = false;
+  uint32_t number = 0;  ///< how many turns there were
 };
 std::mutex mutex;
 std::map<std::pair<Kind, uint64_t>, Turn> turns;  // guarded by the mutex
@@ -63,11 +64,10 @@ uint64_t Scramble(uint64_t word) {
   return word ^ word >> 31;
 }
 
-/// The next choice: every other request goes without trouble.
-Choice Draw() {
-  ++drawn;
-  if (!seed) return !isOnce || drawn % 2 == 1 ? asked : Choice{};
-  const uint64_t random = Scramble(*seed + drawn);
+/// The choice for a list's turn. Of those drawn from a seed every other one is none.
+Choice Draw(uint32_t turn) {
+  if (!seed) return !isOnce || turn % 2 == 1 ? asked : Choice{};
+  const uint64_t random = Scramble(*seed + ++drawn);
   if ((random & 1) == 0) return {};
   const TroubleName& name = NAMES.at(random / 2 % NAMES.size());
   const uint32_t number =
@@ -126,7 +126,7 @@ Choice ChooseTrouble(const Request& request) {
   Turn& turn = turns[{request.kind, request.Log()}];
   // Whoever fetches without counting has a turn of its own.
   const bool isFetch = request.array != nullptr;
-  if (!isFetch || !turn.isCounted) turn.choice = Draw();
+  if (!isFetch || !turn.isCounted) turn.choice = Draw(++turn.number);
   turn.isCounted = !isFetch;
   return turn.choice;
 }
