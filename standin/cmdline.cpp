@@ -1,14 +1,14 @@
-/// cmdline.cpp: the command line of kestrune-host, and what to say of one that is wrong.
+/// cmdline.cpp: the command line of kestrune-host.
 #include "standin/cmdline.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cstdlib>
-#include <string_view>
 #include <vector>
 
+#include "standin/cmderror.h"
+#include "standin/cmdvalues.h"
 #include "standin/failure.h"
 #include "standin/ownfile.h"
 
@@ -20,64 +20,6 @@ std::string DefaultModule() {
   const char* path = std::getenv("KESTRUNE_MODULE");
   if (path != nullptr && *path != '\0') return path;
   return OwnFile(KESTRUNE_INSTALLED_MODULE, KESTRUNE_BUILT_MODULE);
-}
-
-/// A whole number: decimal, or hexadecimal after 0x.
-std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t highest) {
-  const bool hexadecimal = text.substr(0, 2) == "0x";
-  if (hexadecimal) text.remove_prefix(2);
-  uint64_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-  if (error != std::errc() || stop != end || number > highest) return std::nullopt;
-  return number;
-}
-
-Lines ParseLines(const std::string& text) {
-  const size_t dash = text.find('-');
-  const auto begin = ParseNumber(text.substr(0, dash), UINT32_MAX);
-  const auto end = dash == std::string::npos ? std::nullopt : ParseNumber(text.substr(dash + 1), UINT32_MAX);
-  if (!begin || !end || *begin == 0 || *begin > *end) {
-    throw Failure(WRONG_ARGUMENTS,
-                  "show: --lines: '" + text + "' is no range; allowed is A-B with 1 <= A <= B <= 4294967295");
-  }
-  return {static_cast<uint32_t>(*begin), static_cast<uint32_t>(*end)};
-}
-
-uint64_t ParseWord(const std::string& text) {
-  const auto word = ParseNumber(text, UINT64_MAX);
-  if (!word) {
-    throw Failure(WRONG_ARGUMENTS, "settings: --set: '" + text +
-                                       "' is no settings word; allowed is a number of up to 64 bits, decimal or "
-                                       "hexadecimal after 0x");
-  }
-  return *word;
-}
-
-/// Text of the command line in wide characters, as values travel.
-std::wstring Widen(const std::string& text) {
-  const size_t length = std::mbstowcs(nullptr, text.c_str(), 0);
-  if (length == static_cast<size_t>(-1)) {
-    throw Failure(WRONG_ARGUMENTS, "write: TEXT: allowed is text in the character encoding of the locale alone");
-  }
-  std::wstring wide(length, L'\0');
-  std::mbstowcs(wide.data(), text.c_str(), length);
-  return wide;
-}
-
-/// Takes HOST[:PORT]; an IPv6 address with a port stands in brackets.
-void ParseAddress(const std::string& text, IPMIOptions& ipmi) {
-  const size_t colon = text.rfind(':');
-  const bool isBare = colon != std::string::npos && text.find(':') != colon && text.front() != '[';
-  const bool hasPort = colon != std::string::npos && !isBare && (text.front() != '[' || text[colon - 1] == ']');
-  std::string host = hasPort ? text.substr(0, colon) : text;
-  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-  const auto port = hasPort ? ParseNumber(text.substr(colon + 1), UINT16_MAX) : IPMI_PORT;
-  if (host.empty() || !port || *port == 0) {
-    throw Failure(WRONG_ARGUMENTS, "--ipmi: '" + text + "' is no address; allowed is HOST or HOST:PORT");
-  }
-  ipmi.host = host;
-  ipmi.port = static_cast<uint16_t>(*port);
 }
 
 /// Values that are taken from their texts once all of the line is known to fit.
@@ -130,71 +72,81 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
   app.fallthrough();
 }
 
-void AddCommands(CLI::App& app, Options& options, Texts& texts) {
+void AddFormat(CLI::App& command, Options& options) {
+  command.add_option("--format", options.format, "Form of the output")
+      ->check(CLI::IsMember({"table", "csv", "json"}))
+      ->type_name("FORMAT");
+}
+
+// Each adds a sub-command with its options.
+
+void AddLogs(CLI::App& app, Options& options, Texts&) {
+  CLI::App& logs = *app.add_subcommand("logs", "List the machine's logs and their numbers of records");
+  AddFormat(logs, options);
+}
+
+void AddShow(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& show = *app.add_subcommand("show", "Show the records of a log, newest first");
   std::vector<std::string> names(LOGS.size());
   std::transform(LOGS.begin(), LOGS.end(), names.begin(), [](const LogName& log) { return log.name; });
-  const auto addFormat = [&](CLI::App* command) {
-    command->add_option("--format", options.format, "Form of the output")
-        ->check(CLI::IsMember({"table", "csv", "json"}))
-        ->type_name("FORMAT");
-  };
+  show.add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
+  show.add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
+  AddFormat(show, options);
+}
 
-  addFormat(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
-
-  CLI::App* show = app.add_subcommand("show", "Show the records of a log, newest first");
-  show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
-  show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
-  addFormat(show);
-
-  CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
-  write->add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
+void AddWrite(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& write = *app.add_subcommand("write", "Write a message to the system log");
+  write.add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
       ->required()
       ->check(CLI::Range(0, 3))
       ->type_name("N");
-  write->add_option("TEXT", texts.text, "The message")->required()->type_name("");
+  write.add_option("TEXT", texts.text, "The message")->required()->type_name("");
+}
 
-  CLI::App* settings = app.add_subcommand("settings", "Show the settings word, changed or as it is");
-  settings->add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
-  addFormat(settings);
+void AddSettings(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& settings = *app.add_subcommand("settings", "Show the settings word, changed or as it is");
+  settings.add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
+  AddFormat(settings, options);
+}
 
+void AddDumpSel(CLI::App& app, Options&, Texts&) {
   app.add_subcommand("dump-sel", "Have the module dump the controller's log");
+}
 
-  CLI::App* save = app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
-  save->add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
-  save->add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")
-      ->type_name("FILE");
-  save->add_flag("--force", options.force, "Overwrite files that are there");
+void AddSave(CLI::App& app, Options& options, Texts&) {
+  CLI::App& save = *app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
+  save.add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
+  save.add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")->type_name("FILE");
+  save.add_flag("--force", options.force, "Overwrite files that are there");
+}
 
-  CLI::App* pack = app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
-  pack->add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
-  pack->add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+void AddPackSel(CLI::App& app, Options& options, Texts&) {
+  CLI::App& pack = *app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
+  pack.add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
+  pack.add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+}
 
+void AddCommands(CLI::App& app, Options& options, Texts& texts) {
+  for (const auto add : {AddLogs, AddShow, AddWrite, AddSettings, AddDumpSel, AddSave, AddPackSel}) {
+    add(app, options, texts);
+  }
   for (CLI::App* command : app.get_subcommands({})) command->footer("Global options: see kestrune-host --help");
 }
 
-std::string OptionNames(const CLI::App& app) {
-  std::string names;
-  for (const CLI::Option* option : app.get_options()) names += ' ' + option->get_name();
-  return names;
-}
-
-/// One line for a command line that does not parse: what was wrong, and what is allowed.
-std::string Explain(const CLI::ParseError& error, CLI::App& app) {
-  const auto given = app.get_subcommands();
-  std::string place;
-  std::string allowed;
-  if (given.empty()) {
-    for (const CLI::App* command : app.get_subcommands({})) allowed += ' ' + command->get_name();
-    allowed = " one of" + allowed + ", and";
-  } else {
-    place = given.front()->get_name() + ": ";
-    allowed = OptionNames(*given.front()) + ", and everywhere";
+void TakeValues(const Texts& texts, Options& options) {
+  for (const LogName& log : LOGS) {
+    if (texts.log == log.name) options.log = log.id;
   }
-  allowed = "; allowed are" + allowed + OptionNames(app);
-  const auto unexpected = app.remaining(true);
-  if (!unexpected.empty()) return place + "'" + unexpected.front() + "' was not expected" + allowed;
-  // Where a value is wrong, the text of the error says what would be right.
-  return place + error.what() + (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr ? "" : allowed);
+  if (texts.lines) options.lines = ParseLines(*texts.lines);
+  if (texts.word) options.word = ParseWord(*texts.word);
+  if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
+  if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
+  if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
+  if (options.command == "save" && !options.savedSel && !options.savedSensors) {
+    throw Failure(WRONG_ARGUMENTS,
+                  "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
+  }
+  options.text = Widen(texts.text);
 }
 
 }  // namespace
@@ -220,19 +172,7 @@ Options ParseCommandLine(int argc, char** argv) {
   }
 
   options.command = app.get_subcommands().front()->get_name();
-  for (const LogName& log : LOGS) {
-    if (texts.log == log.name) options.log = log.id;
-  }
-  if (texts.lines) options.lines = ParseLines(*texts.lines);
-  if (texts.word) options.word = ParseWord(*texts.word);
-  if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
-  if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
-  if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
-  if (options.command == "save" && !options.savedSel && !options.savedSensors) {
-    throw Failure(WRONG_ARGUMENTS,
-                  "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
-  }
-  options.text = Widen(texts.text);
+  TakeValues(texts, options);
   return options;
 }
 
