@@ -172,6 +172,9 @@ void CheckLocale(const Request& request, const std::string& what) {
 
 void CheckArguments(const Request& request, const std::string& what) {
   if (request.kind == Kind::UNKNOWN) Report(Rule::UNKNOWN_REQUEST, what + " was sent");
+  if (request.kind == Kind::SETTINGS && request.settings == nullptr) {
+    Report(Rule::NULL_ARGUMENT, what + " came without a word");
+  }
   if ((request.HasIdentifier() && request.identifier == nullptr) || (request.HasCount() && request.count == nullptr)) {
     Report(Rule::NULL_ARGUMENT, what + " came without " + (request.count == nullptr ? "a count" : "an identifier"));
     return;

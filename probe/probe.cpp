@@ -1,6 +1,8 @@
 /// probe.cpp: the probe's exported surface: the module's names. Each call is looked at and goes on to the real module.
+#include <chrono>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include "probe/arguments.h"
 #include "probe/calls.h"
@@ -26,6 +28,9 @@ using probe::state;
 using probe::TracedCall;
 
 namespace {
+
+/// How long a thread may be on its way through an import that led into the probe, before its code goes.
+constexpr std::chrono::milliseconds ON_THEIR_WAY{10};
 
 /// Begins when the probe is loaded and ends when it is unloaded.
 class Presence {
@@ -55,6 +60,7 @@ class Presence {
     }
     probe::RestoreImports();
     probe::LeaveMemory();
+    std::this_thread::sleep_for(ON_THEIR_WAY);
     probe::ForgetAll();
     probe::UnloadRealModule();
     probe::CloseTrace();
@@ -102,7 +108,7 @@ int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
   const std::string what = Numbered("SPInitialize");
   const LockedCall call(what);
   TracedCall traced("SPInitialize");
-  if (settings != nullptr) traced.Add("settings", static_cast<int64_t>(*settings));
+  if (settings != nullptr) traced.Add("settings", *settings);
   if (state == State::STARTED) Report(Rule::START_TWICE, what + " came while the module was started");
   int32_t result = 0;
   if (real.SPInitialize != nullptr && !call.WouldHang()) {

@@ -51,6 +51,7 @@ Request ReadRequest(uint32_t operation, const char* name, void* pArg1, void* pAr
   if (const auto* known = std::find_if(KNOWN.begin(), KNOWN.end(), fits); known != KNOWN.end()) {
     request.kind = known->kind;
   }
+  if (request.kind == Kind::SETTINGS) request.settings = pArg1;
   if (request.kind == Kind::GROUPS || request.kind == Kind::TYPES) {
     request.count = static_cast<uint32_t*>(pArg1);
     request.array = pArg2;

@@ -26,6 +26,7 @@ struct Request {
   Kind kind = Kind::UNKNOWN;
   const char* name = nullptr;
   uint32_t operation = 0;
+  const void* settings = nullptr;      ///< the word of SETTINGS
   const tagIDV* identifier = nullptr;  ///< where the request has one
   uint32_t* count = nullptr;           ///< capacity in, count out; that of the range for RANGE
   tagITEMRANGE* range = nullptr;       ///< RANGE

@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 namespace probe {
@@ -58,10 +59,11 @@ TracedCall::TracedCall(const char* name, const Request& request) : TracedCall(na
   if (!isOn_) return;
   Add("operation", request.operation);
   Add("request", request.name);
+  if (request.operation == SP_OP_SET) AddSettings(request);
   if (request.identifier != nullptr) {
     Add("form", request.identifier->dwIDVType);
-    Add("id", static_cast<int64_t>(request.Log() & 0xFFFFFFFF));
-    if (request.Log() >> 32 != 0) Add("index", static_cast<int64_t>(request.Log() >> 32));
+    Add("id", request.Log() & 0xFFFFFFFF);
+    if (request.Log() >> 32 != 0) Add("index", request.Log() >> 32);
   }
   if (request.range != nullptr) Add("begin", request.range->dwBegin).Add("end", request.range->dwEnd);
   if (request.count != nullptr) Add("capacity", *request.count);
@@ -70,7 +72,7 @@ TracedCall::TracedCall(const char* name, const Request& request) : TracedCall(na
   }
 }
 
-TracedCall& TracedCall::Add(const char* name, int64_t number) {
+TracedCall& TracedCall::Add(const char* name, uint64_t number) {
   if (isOn_) line_ += std::string(", \"") + name + "\": " + std::to_string(number);
   return *this;
 }
@@ -86,6 +88,13 @@ TracedCall& TracedCall::Add(const char* name, const char* text) {
   return *this;
 }
 
+void TracedCall::AddSettings(const Request& request) {
+  if (!isOn_ || request.settings == nullptr) return;
+  uint64_t word = 0;
+  memcpy(&word, request.settings, sizeof(word));
+  Add("settings", word);
+}
+
 void TracedCall::End() {
   if (!isOn_) return;
   std::array<char, 96> rest{};
@@ -96,10 +105,11 @@ void TracedCall::End() {
   [[maybe_unused]] const ssize_t written = write(file, line_.data(), line_.size());
 }
 
-void TracedCall::End(int64_t result) { Add("result", result).End(); }
+void TracedCall::End(int64_t result) { Add("result", static_cast<uint64_t>(result)).End(); }
 
 void TracedCall::End(int64_t result, const Request& request) {
-  Add("result", result);
+  Add("result", static_cast<uint64_t>(result));
+  if (request.operation == SP_OP_GET) AddSettings(request);
   if (request.count != nullptr) Add("count", *request.count);
   if (request.range != nullptr) Add("begin_out", request.range->dwBegin).Add("end_out", request.range->dwEnd);
   End();

@@ -25,7 +25,7 @@ class TracedCall {
   /// The arguments of SPConfig, as they are before the call.
   TracedCall(const char* name, const Request& request);
 
-  TracedCall& Add(const char* name, int64_t number);
+  TracedCall& Add(const char* name, uint64_t number);
   TracedCall& Add(const char* name, const char* text);
   /// Writes the line of a call that answered nothing.
   void End();
@@ -34,6 +34,8 @@ class TracedCall {
   void End(int64_t result, const Request& request);
 
  private:
+  void AddSettings(const Request& request);
+
   bool isOn_;
   std::string line_;
   std::chrono::steady_clock::time_point begin_;

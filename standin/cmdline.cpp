@@ -66,6 +66,7 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
       ->check(CLI::Range(INT_MIN, INT_MAX))
       ->type_name("CODE");
   app.add_flag("--verbose", options.verbose, "Show the module's messages on standard error");
+  app.add_option("--trace", options.trace, "Write each call of the module as a line of JSON")->type_name("FILE");
   app.add_option("--sel-log", options.selLog, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
       ->type_name("FILE");
   app.require_subcommand(1);

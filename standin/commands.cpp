@@ -56,7 +56,7 @@ void RunSettings(const Options& options) {
 
 void RunDumpSel(const Options& options) {
   Session session(options);
-  session.LetModulePrint(session.GetModule().ShowBMCSELLogDebug);
+  session.LetModulePrint([&] { DumpControllerLog(session.GetModule()); });
   session.RequireAnswers();
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <sstream>
 
+#include "probe/trace.h"
 #include "standin/controllers.h"
 #include "standin/failure.h"
 #include "standin/host.h"
@@ -36,6 +37,9 @@ void RequireCommands() {
 
 Session::Session(const Options& options) : verbose_(options.verbose) {
   RequireCommands();
+  if (options.trace && !probe::OpenTrace(options.trace->c_str())) {
+    throw Failure(REQUEST_FAILED, "cannot write '" + *options.trace + "': " + std::strerror(errno));
+  }
   // All of the machine has to be there before the module starts.
   controller_ = MakeController(options);
   host->controller = controller_.get();
