@@ -30,17 +30,18 @@ std::unordered_map<void**, Change> changes;  // by the place of the address; gua
 /// Writes an address where the object may have it read-only since it was loaded.
 bool WritePlace(const dl_phdr_info& object, void** place, void* address) {
   const auto at = reinterpret_cast<uintptr_t>(place);
+  const auto size = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   bool isReadOnly = false;
   for (size_t i = 0; i < object.dlpi_phnum; ++i) {
     const ElfW(Phdr)& segment = object.dlpi_phdr[i];
     const uintptr_t begin = object.dlpi_addr + segment.p_vaddr;
-    if (segment.p_type == PT_GNU_RELRO && at >= begin && at < begin + segment.p_memsz) isReadOnly = true;
+    // The loader protects whole pages alone; what the last one holds of the segment stays writable.
+    const uintptr_t end = (begin + segment.p_memsz) / size * size;
+    if (segment.p_type == PT_GNU_RELRO && at >= begin / size * size && at < end) isReadOnly = true;
   }
-  const auto size = static_cast<size_t>(sysconf(_SC_PAGESIZE));
   auto* page = reinterpret_cast<void*>(at / size * size);
   if (isReadOnly && mprotect(page, size, PROT_READ | PROT_WRITE) != 0) return false;
   __atomic_store_n(place, address, __ATOMIC_RELEASE);  // other threads go through it meanwhile
-  // A page of which only a part is read-only stays writable: the loader, too, protects whole pages alone.
   if (isReadOnly) mprotect(page, size, PROT_READ);
   return true;
 }

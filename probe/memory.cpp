@@ -1,6 +1,7 @@
 #include "probe/memory.h"
 
 #include <dlfcn.h>
+#include <malloc.h>
 
 #include <array>
 #include <atomic>
@@ -72,14 +73,14 @@ void Free(void* block) {
 void Delete(void* block) {
   if (!Freed(block, Means::DELETE)) ::operator delete(block);
 }
-void DeleteSized(void* block, size_t size) {
-  if (!Freed(block, Means::DELETE)) ::operator delete(block, size);
+void DeleteSized(void* block, size_t /*size*/) {
+  if (!Freed(block, Means::DELETE)) ::operator delete(block);
 }
 void DeleteArray(void* block) {
   if (!Freed(block, Means::ARRAY_DELETE)) ::operator delete[](block);
 }
-void DeleteArraySized(void* block, size_t size) {
-  if (!Freed(block, Means::ARRAY_DELETE)) ::operator delete[](block, size);
+void DeleteArraySized(void* block, size_t /*size*/) {
+  if (!Freed(block, Means::ARRAY_DELETE)) ::operator delete[](block);
 }
 
 struct Watched {
@@ -159,7 +160,11 @@ std::optional<size_t> RoomAt(const void* memory) {
   for (const size_t before : {size_t{0}, sizeof(size_t)}) {
     const Recent& place = PlaceOf(reinterpret_cast<const void*>(address - before));
     const size_t size = place.size.load(std::memory_order_relaxed);
-    if (place.block.load(std::memory_order_acquire) == address - before && size >= before) return size - before;
+    if (place.block.load(std::memory_order_acquire) != address - before || size < before) continue;
+    // A free that was not seen may have let another block come to stand here; it has another size.
+    const size_t rounding = size < 128 * 1024 ? 32 : 8192;
+    if (malloc_usable_size(reinterpret_cast<void*>(address - before)) > size + rounding) return std::nullopt;
+    return size - before;
   }
   return std::nullopt;
 }

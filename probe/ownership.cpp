@@ -1,93 +1,100 @@
 #include "probe/ownership.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <cwchar>
-#include <deque>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <new>
-#include <unordered_map>
+#include <utility>
 
 #include "probe/findings.h"
 #include "probe/memory.h"
+#include "probe/shadow.h"
 
 namespace probe {
 namespace {
 
-using Origin = std::shared_ptr<const std::string>;
+enum class Kind : uint8_t { ENTRIES, STRING, FREE_STRING };  // the last is one whose content is the host's affair
 
-enum class Kind : uint8_t { ENTRIES, STRING };
-
+/// What is known of a block, as a note of 64 bits: the sum of its content, the call that gave it, what it is.
 struct Block {
-  Origin origin;
-  uint64_t sum;  ///< of the content; of entries the part that freeing leaves as it was
-  size_t size;   ///< bytes of a string, entries of an array
-  Kind kind;
-  bool isChecked;
-  bool isFreed;
+  uint32_t sum = 0;
+  uint32_t call = 0;
+  Kind kind = Kind::ENTRIES;
+  bool isFreed = false;
+
+  static constexpr uint32_t CALL_MASK = (1U << 28) - 1;
+
+  uint64_t Pack() const {
+    return uint64_t{sum} << 32 | uint64_t{call & CALL_MASK} << 4 | uint64_t{isFreed} << 3 |
+           static_cast<uint64_t>(kind) << 1 | 1;
+  }
+  static Block Unpack(uint64_t note) {
+    return {static_cast<uint32_t>(note >> 32), static_cast<uint32_t>(note >> 4) & CALL_MASK,
+            static_cast<Kind>(note >> 1 & 3), (note >> 3 & 1) != 0};
+  }
 };
 
-/// An array of entries has its length in front, which is where its memory begins.
+Shadow shadow;
+
+/// An array of entries has its length in front, which is where its block begins.
 constexpr size_t LENGTH_SIZE = sizeof(size_t);
+/// More entries than an item has, and more characters than a string.
+constexpr size_t ENTRIES_MAX = 16;
+constexpr size_t LENGTH_MAX = 1024;
 
-/// Spreads the blocks over several locks. A thread holds one of them at a time.
-struct Shard {
-  std::mutex mutex;
-  std::unordered_map<const char*, Block> blocks;  // by their begin
-};
-std::array<Shard, 64> shards;
+/// The words for the calls that gave something, the latest ones.
+std::mutex originMutex;
+std::map<uint32_t, std::string> origins;
+constexpr size_t ORIGINS_MAX = 4096;
 
-Shard& ShardOf(const char* begin) {
-  return shards[((reinterpret_cast<uintptr_t>(begin) >> 4) * 0x9E3779B97F4A7C15U) >> 58];  // NOLINT: 6 bits
-}
-
-/// What was freed and is kept, oldest first.
+/// What was freed and is kept, a ring.
 std::mutex keptMutex;
-std::deque<char*> kept;
 constexpr size_t KEPT_MAX = 16384;
+std::array<char*, KEPT_MAX> kept;
+size_t keptNext = 0;
+
+uintptr_t Address(const void* memory) { return reinterpret_cast<uintptr_t>(memory); }
 
 uint64_t Mix(uint64_t sum, uint64_t word) {
   const uint64_t mixed = (sum ^ word) * 0x9E3779B97F4A7C15U;
   return mixed ^ mixed >> 29;
 }
 
-/// The sum of a string and the zeros behind it, all of it in words of 4 bytes. Two sums at a time, for speed.
-uint64_t SumString(const wchar_t* text, size_t bytes) {
-  const char* rest = reinterpret_cast<const char*>(text);
-  uint64_t even = bytes, odd = ~bytes;
-  for (; bytes >= 16; bytes -= 16, rest += 16) {
+uint32_t Fold(uint64_t sum) { return static_cast<uint32_t>(sum ^ sum >> 32); }
+
+/// The sum of a string with its length. Two sums at a time, for speed.
+uint32_t SumString(const wchar_t* text) {
+  const size_t length = wcsnlen(text, LENGTH_MAX);
+  uint64_t even = length, odd = ~length;
+  size_t i = 0;
+  for (; i + 4 <= length; i += 4) {
     std::array<uint64_t, 2> words{};
-    memcpy(words.data(), rest, sizeof(words));
+    memcpy(words.data(), text + i, sizeof(words));
     even = Mix(even, words[0]);
     odd = Mix(odd, words[1]);
   }
-  std::array<uint64_t, 2> tail{};
-  memcpy(tail.data(), rest, bytes);
-  return Mix(Mix(even, tail[0]), Mix(odd, tail[1]));
+  for (; i < length; ++i) even = Mix(even, static_cast<uint64_t>(text[i]));
+  return Fold(Mix(even, odd));
 }
 
 /// The sum of what stays in entries when their values are released: of a string nothing does, since compilers leave out
 /// what a destructor would write last.
-uint64_t SumEntries(const tagCONFIGENTRY* entries, size_t count) {
+uint32_t SumEntries(const tagCONFIGENTRY* entries, size_t count) {
   uint64_t sum = count;
   for (size_t i = 0; i < count; ++i) {
     const tagCONFIGENTRY& entry = entries[i];
     sum = Mix(sum, uint64_t{entry.dwEntryID} << 32 | entry.dwAttributes);
     if (entry.dwEntryID == CE_ORIGIN || entry.dwEntryID == CE_RECORDS) sum = Mix(sum, entry.varValue.value.ullVal);
   }
-  return sum;
+  return Fold(sum);
 }
 
-void Insert(const void* begin, Block block) {
-  const char* place = static_cast<const char*>(begin);
-  Shard& shard = ShardOf(place);
-  const std::lock_guard lock(shard.mutex);
-  shard.blocks.insert_or_assign(place, std::move(block));
+void Note(const void* begin, const Block& block) {
+  if (Shadow::Note* note = shadow.Make(Address(begin))) note->store(block.Pack(), std::memory_order_relaxed);
 }
-
-bool IsWritable(const tagCONFIGENTRY& entry) { return (entry.dwAttributes & CE_ATTRIBUTE_WRITABLE) != 0; }
 
 size_t CountEntries(const char* begin) {
   size_t count = 0;
@@ -102,16 +109,11 @@ void Keep(char* begin) {
   char* oldest = nullptr;
   {
     const std::lock_guard lock(keptMutex);
-    kept.push_back(begin);
-    if (kept.size() <= KEPT_MAX) return;
-    oldest = kept.front();
-    kept.pop_front();
+    oldest = std::exchange(kept.at(keptNext), begin);
+    keptNext = (keptNext + 1) % KEPT_MAX;
   }
-  {
-    Shard& shard = ShardOf(oldest);
-    const std::lock_guard lock(shard.mutex);
-    shard.blocks.erase(oldest);
-  }
+  if (oldest == nullptr) return;
+  shadow.Find(Address(oldest))->store(0, std::memory_order_relaxed);
   ::operator delete[](oldest);
 }
 
@@ -119,77 +121,93 @@ const char* NameOf(Means means) {
   return means == Means::ARRAY_DELETE ? "array delete" : means == Means::DELETE ? "delete" : "free()";
 }
 
-std::string NameOf(const Block& block) {
-  return (block.kind == Kind::ENTRIES ? "entries given by " : "a string given by ") + *block.origin;
+std::string OriginOf(uint32_t call) {
+  const std::lock_guard lock(originMutex);
+  const auto origin = origins.find(call);
+  return origin == origins.end() ? "call " + std::to_string(call) : origin->second;
 }
 
-/// Marks the block that begins here as freed. Returns what it was before, or no origin if it was not given.
-Block MarkFreed(const char* begin) {
-  Shard& shard = ShardOf(begin);
-  const std::lock_guard lock(shard.mutex);
-  const auto found = shard.blocks.find(begin);
-  if (found == shard.blocks.end()) return {};
-  Block before = found->second;
-  found->second.isFreed = true;
-  return before;
+std::string NameOf(const Block& block) {
+  return (block.kind == Kind::ENTRIES ? "an array of entries given by " : "a string given by ") + OriginOf(block.call);
+}
+
+/// Marks the block that begins here as freed, and tells what it was before. Returns false if it was not given.
+bool MarkFreed(const char* begin, Block& before) {
+  Shadow::Note* note = shadow.Find(Address(begin));
+  if (note == nullptr) return false;
+  uint64_t packed = note->load(std::memory_order_relaxed);
+  Block freed;
+  do {
+    if (packed == 0) return false;
+    freed = before = Block::Unpack(packed);
+    freed.isFreed = true;
+  } while (!note->compare_exchange_weak(packed, freed.Pack(), std::memory_order_relaxed));
+  return true;
 }
 
 /// Marks the strings of entries as freed that nobody will free after this.
 void TakeBackStrings(char* begin) {
-  const size_t count = CountEntries(begin);
+  const size_t count = std::min(CountEntries(begin), ENTRIES_MAX);
   const tagCONFIGENTRY* entries = EntriesAt(begin);
   for (size_t i = 0; i < count; ++i) {
     if (entries[i].varValue.vt != VT_BSTR) continue;
     auto* string = reinterpret_cast<char*>(entries[i].varValue.value.bstrVal);
-    const Block block = MarkFreed(string);
-    if (block.origin != nullptr && !block.isFreed) Keep(string);
+    Block block;
+    if (MarkFreed(string, block) && !block.isFreed) Keep(string);
   }
 }
 
 void CheckContent(char* begin, const Block& block) {
-  if (!block.isChecked) return;
-  const bool isSame = block.kind == Kind::STRING
-                          ? SumString(reinterpret_cast<const wchar_t*>(begin), block.size) == block.sum
-                          : CountEntries(begin) == block.size && SumEntries(EntriesAt(begin), block.size) == block.sum;
-  if (!isSame) Report(Rule::CHANGED, NameOf(block) + " was not as it had been when it was freed");
+  if (block.kind == Kind::FREE_STRING) return;
+  const bool isSame = block.kind == Kind::STRING ? SumString(reinterpret_cast<const wchar_t*>(begin)) == block.sum
+                                                 : CountEntries(begin) <= ENTRIES_MAX &&
+                                                       SumEntries(EntriesAt(begin), CountEntries(begin)) == block.sum;
+  if (!isSame) Report(Rule::CHANGED, NameOf(block) + " had been changed when it was freed");
+}
+
+void NoteOrigin(uint32_t call, const std::string& text) {
+  const std::lock_guard lock(originMutex);
+  origins[call & Block::CALL_MASK] = text;
+  if (origins.size() > ORIGINS_MAX) origins.erase(origins.begin());
 }
 
 }  // namespace
 
-void GiveItems(const tagCONFIGITEM* items, uint32_t count, const std::string& text) {
+void GiveItems(const tagCONFIGITEM* items, uint32_t count, uint32_t call, const std::string& origin) {
   const OwnWork own;
-  const auto origin = std::make_shared<const std::string>(text);
+  NoteOrigin(call, origin);
   for (uint32_t i = 0; i < count; ++i) {
     const tagCONFIGITEM& item = items[i];
     if (item.pEntries == nullptr) continue;
-    Insert(reinterpret_cast<const char*>(item.pEntries) - LENGTH_SIZE,
-           {origin, SumEntries(item.pEntries, item.dwEntryCount), item.dwEntryCount, Kind::ENTRIES, true, false});
+    Note(reinterpret_cast<const char*>(item.pEntries) - LENGTH_SIZE,
+         {SumEntries(item.pEntries, item.dwEntryCount), call, Kind::ENTRIES});
     for (uint32_t j = 0; j < item.dwEntryCount; ++j) {
       const tagCONFIGENTRY& entry = item.pEntries[j];
       if (entry.varValue.vt != VT_BSTR || entry.varValue.value.bstrVal == nullptr) continue;
       const wchar_t* string = entry.varValue.value.bstrVal;
-      const bool isChecked = !IsWritable(entry);
-      const size_t size = isChecked ? (wcslen(string) + 1) * sizeof(wchar_t) : 0;
-      Insert(string, {origin, SumString(string, size), size, Kind::STRING, isChecked, false});
+      const bool isHosts = (entry.dwAttributes & CE_ATTRIBUTE_WRITABLE) != 0;
+      Note(string, {isHosts ? 0 : SumString(string), call, isHosts ? Kind::FREE_STRING : Kind::STRING});
     }
   }
 }
 
-void GiveString(BSTR string, const std::string& origin) {
+void GiveString(BSTR string, uint32_t call, const std::string& origin) {
   if (string == nullptr) return;
   const OwnWork own;
-  Insert(string, {std::make_shared<const std::string>(origin), 0, 0, Kind::STRING, false, false});
+  NoteOrigin(call, origin);
+  Note(string, {0, call, Kind::FREE_STRING});
 }
 
 bool TakeBack(void* memory, Means means) {
   auto* begin = static_cast<char*>(memory);
   bool isRight = means == Means::ARRAY_DELETE || IsDeleteReplaced();
-  Block block = MarkFreed(begin);
-  if (block.origin == nullptr) {
+  Block block;
+  if (!MarkFreed(begin, block)) {
     // The array itself handed over, with its length left in front of it: no array delete of entries.
     begin -= LENGTH_SIZE;
-    block = MarkFreed(begin);
-    if (block.origin == nullptr || block.kind != Kind::ENTRIES) return false;
+    const Shadow::Note* note = shadow.Find(Address(begin));
+    if (note == nullptr || *note == 0 || Block::Unpack(*note).kind != Kind::ENTRIES) return false;
+    if (!MarkFreed(begin, block)) return false;
     isRight = false;
   }
   if (block.isFreed) {
@@ -213,36 +231,26 @@ void ReportLeft() {
     size_t arrays = 0;
     size_t strings = 0;
   };
-  std::map<std::string, Left> left;
-  for (Shard& shard : shards) {
-    const std::lock_guard lock(shard.mutex);
-    for (auto each = shard.blocks.begin(); each != shard.blocks.end();) {
-      const Block& block = each->second;
-      if (block.isFreed) {
-        ++each;
-        continue;
-      }
-      Left& sum = left[*block.origin];
-      ++(block.kind == Kind::ENTRIES ? sum.arrays : sum.strings);
-      each = shard.blocks.erase(each);
-    }
-  }
-  if (!AreFreesSeen()) return;
-  for (const auto& [origin, sum] : left) {
+  std::map<uint32_t, Left> left;
+  shadow.ForEach([&](uintptr_t, Shadow::Note& note) {
+    const Block block = Block::Unpack(note);
+    if (block.isFreed) return;
+    Left& sum = left[block.call];
+    ++(block.kind == Kind::ENTRIES ? sum.arrays : sum.strings);
+    note = 0;
+  });
+  for (const auto& [call, sum] : left) {
+    if (!AreFreesSeen()) return;
     Report(Rule::NOT_FREED, std::to_string(sum.arrays) + " arrays of entries and " + std::to_string(sum.strings) +
-                                " strings given by " + origin + " were still there at the stop");
+                                " strings given by " + OriginOf(call) + " were still there at the stop");
   }
 }
 
 void ForgetAll() {
   const OwnWork own;
   const std::lock_guard lock(keptMutex);
-  for (char* begin : kept) ::operator delete[](begin);
-  kept.clear();
-  for (Shard& shard : shards) {
-    const std::lock_guard shardLock(shard.mutex);
-    shard.blocks.clear();
-  }
+  for (char*& begin : kept) ::operator delete[](std::exchange(begin, nullptr));
+  shadow.Clear();
 }
 
 }  // namespace probe

@@ -12,11 +12,11 @@ namespace probe {
 /// How something was freed.
 enum class Means { ARRAY_DELETE, DELETE, FREE };
 
-/// Notes the entries and strings of items that `origin` gave.
-void GiveItems(const tagCONFIGITEM* items, uint32_t count, const std::string& origin);
+/// Notes the entries and strings of items that a call gave, which `origin` describes.
+void GiveItems(const tagCONFIGITEM* items, uint32_t count, uint32_t call, const std::string& origin);
 
-/// Notes a string that `origin` gave; what the host writes into it is its own affair.
-void GiveString(BSTR string, const std::string& origin);
+/// Notes a string that a call gave; what the host writes into it is its own affair.
+void GiveString(BSTR string, uint32_t call, const std::string& origin);
 
 /// Tells that the host frees `memory`. Returns true if it had been given and needs no more freeing: it is kept for a
 /// while, so that a second time can be told from the first one.

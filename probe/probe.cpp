@@ -70,7 +70,13 @@ class Presence {
   Presence& operator=(const Presence&) = delete;
 } presence;
 
-std::string Numbered(const std::string& what) { return what + " (call " + std::to_string(probe::NextCall()) + ")"; }
+/// A call: its number, and the words for it in findings.
+struct Named {
+  explicit Named(const std::string& name)
+      : number(probe::NextCall()), what(name + " (call " + std::to_string(number) + ")") {}
+  uint32_t number;
+  std::string what;
+};
 
 /// Reports a request that comes when the module is not started.
 void CheckState(const std::string& what) {
@@ -81,7 +87,8 @@ void CheckState(const std::string& what) {
 
 /// Sends a request to the real module with `ask` and looks at what comes of it.
 template <typename Ask>
-int32_t Answer(const char* name, const Request& request, const std::string& what, Ask ask) {
+int32_t Answer(const char* name, const Request& request, const Named& named, Ask ask) {
+  const std::string& what = named.what;
   TracedCall traced(name, request);
   {
     const OwnWork own;
@@ -94,7 +101,7 @@ int32_t Answer(const char* name, const Request& request, const std::string& what
   const OwnWork own;
   probe::NoteAnswer(request, result, what);
   if (result != 0 && request.HasItems() && request.array != nullptr) {
-    probe::GiveItems(request.Items(), *request.count, what);
+    probe::GiveItems(request.Items(), *request.count, named.number, what);
   }
   probe::CopyData();
   if (trouble != nullptr) traced.Add("trouble", trouble);
@@ -102,10 +109,16 @@ int32_t Answer(const char* name, const Request& request, const std::string& what
   return result;
 }
 
+void Give(BSTR string, const char* name) {
+  const OwnWork own;
+  const Named named(name);
+  probe::GiveString(string, named.number, named.what);
+}
+
 }  // namespace
 
 int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
-  const std::string what = Numbered("SPInitialize");
+  const std::string what = Named("SPInitialize").what;
   const LockedCall call(what);
   TracedCall traced("SPInitialize");
   if (settings != nullptr) traced.Add("settings", *settings);
@@ -123,7 +136,7 @@ int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
 }
 
 int32_t SPUninitialize() {
-  const std::string what = Numbered("SPUninitialize");
+  const std::string what = Named("SPUninitialize").what;
   const LockedCall call(what);
   TracedCall traced("SPUninitialize");
   if (state != State::STARTED) Report(Rule::STOP_WITHOUT_START, what + " came while the module was not started");
@@ -146,23 +159,23 @@ int32_t SPUninitialize() {
 
 int32_t SPConfig(uint32_t op, const char* request, void* pArg1, void* pArg2, void* pArg3) {
   const Request read = probe::ReadRequest(op, request, pArg1, pArg2, pArg3);
-  const std::string what = Numbered(Describe(read));
-  const LockedCall call(what);
+  const Named named(Describe(read));
+  const LockedCall call(named.what);
   if (call.WouldHang()) return 0;
-  CheckState(what);
-  return Answer("SPConfig", read, what, [&] { return real.SPConfig(op, request, pArg1, pArg2, pArg3); });
+  CheckState(named.what);
+  return Answer("SPConfig", read, named, [&] { return real.SPConfig(op, request, pArg1, pArg2, pArg3); });
 }
 
 int32_t DefSPConfigHandler(uint8_t op, const char* request, void* pArg1, void* pArg2, void* pArg3) {
   const Request read = probe::ReadRequest(op, request, pArg1, pArg2, pArg3);
-  const std::string what = Numbered(Describe(read));
-  probe::CheckCaller(what);
-  return Answer("DefSPConfigHandler", read, what,
+  const Named named(Describe(read));
+  probe::CheckCaller(named.what);
+  return Answer("DefSPConfigHandler", read, named,
                 [&] { return real.DefSPConfigHandler(op, request, pArg1, pArg2, pArg3); });
 }
 
 void ShowBMCSELLogDebug() {
-  const LockedCall call(Numbered("ShowBMCSELLogDebug"));
+  const LockedCall call(Named("ShowBMCSELLogDebug").what);
   TracedCall traced("ShowBMCSELLogDebug");
   if (real.ShowBMCSELLogDebug != nullptr && !call.WouldHang()) real.ShowBMCSELLogDebug();
   traced.End();
@@ -171,7 +184,7 @@ void ShowBMCSELLogDebug() {
 int64_t VariantCopy(tagVARIANT* destination, const tagVARIANT* source) {
   TracedCall traced("VariantCopy");
   const int64_t result = real.VariantCopy == nullptr ? 0 : real.VariantCopy(destination, source);
-  if (destination->vt == VT_BSTR) probe::GiveString(destination->value.bstrVal, Numbered("VariantCopy"));
+  if (destination->vt == VT_BSTR) Give(destination->value.bstrVal, "VariantCopy");
   traced.Add("type", source->vt).End(result);
   return result;
 }
@@ -209,7 +222,7 @@ char* sprintwcs(char* destination, const wchar_t* source, uint32_t limit) {
 BSTR SysAllocString(const wchar_t* text) {
   TracedCall traced("SysAllocString");
   const BSTR result = real.allocWide == nullptr ? nullptr : real.allocWide(text);
-  probe::GiveString(result, Numbered("SysAllocString"));
+  Give(result, "SysAllocString");
   traced.End();
   return result;
 }
@@ -217,7 +230,7 @@ BSTR SysAllocString(const wchar_t* text) {
 BSTR SysAllocString(const char* text) {
   TracedCall traced("SysAllocString");
   const BSTR result = real.allocMultibyte == nullptr ? nullptr : real.allocMultibyte(text);
-  probe::GiveString(result, Numbered("SysAllocString"));
+  Give(result, "SysAllocString");
   traced.End();
   return result;
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <string>
 
 #include "probe/data.h"
@@ -77,15 +78,14 @@ void UnloadRealModule() {
 }
 
 void CopyData() {
-  if (library == nullptr) return;
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
   for (const Data& data : exportedData) {
-    const void* source = dlsym(library, data.name);
+    const void* source = library == nullptr ? nullptr : dlsym(library, data.name);
     if (source == nullptr) continue;
-    if (data.isText) {
-      strncpy(static_cast<char*>(data.own), static_cast<const char*>(source), data.size - 1);
-    } else {
-      memcpy(data.own, source, data.size);
-    }
+    const size_t size = data.isText ? strnlen(static_cast<const char*>(source), data.size - 1) + 1 : data.size;
+    // The host may be reading it.
+    if (memcmp(data.own, source, size) != 0) memcpy(data.own, source, size);
   }
 }
 
