@@ -25,6 +25,7 @@ namespace {
 
 /// The host's functions, as the module found them.
 struct HostFunctions {
+  // NOLINTBEGIN(readability-identifier-naming): the names of what they point to
   decltype(&::Output) Output;
   decltype(&::GeneralOSSupportChecking) GeneralOSSupportChecking;
   decltype(&::GetOSDist) GetOSDist;
@@ -37,6 +38,7 @@ struct HostFunctions {
   decltype(&::gmEnterMutex) gmEnterMutex;
   decltype(&::gmExitMutex) gmExitMutex;
   decltype(&::gmExecSensorValue) gmExecSensorValue;
+  // NOLINTEND(readability-identifier-naming)
 } functions;
 
 /// Calls a function of the host. What it throws is reported and goes on its way; the end of a thread is no exception.
@@ -138,12 +140,12 @@ int WrapGetIPMIEntry(tagSEL_DATA* entry) {
 /// The second of the two calls: the text, for which the module has as much room as the first one told.
 int GetPropertyText(const char* name, uint32_t* size, char* buffer) {
   const uint32_t told = *size;
-  constexpr size_t border = 256;
-  constexpr char filling = '\xD7';
+  constexpr size_t BORDER_SIZE = 256;
+  constexpr char FILLING = '\xD7';
   std::vector<char> lent;
   {
     const OwnWork own;
-    lent.assign(told + border, filling);
+    lent.assign(told + BORDER_SIZE, FILLING);
     memcpy(lent.data(), buffer, told);
   }
   const int result = Call("gmGetProperty", functions.gmGetProperty, name, size, lent.data());
@@ -151,7 +153,7 @@ int GetPropertyText(const char* name, uint32_t* size, char* buffer) {
   memcpy(buffer, lent.data(), told);
   const auto end = lent.begin() + told;
   const std::string what = std::string("gmGetProperty told a size of ") + std::to_string(told);
-  if (std::any_of(end, lent.end(), [](char c) { return c != filling; })) {
+  if (std::any_of(end, lent.end(), [](char c) { return c != FILLING; })) {
     Report(Rule::FUNCTION_SIZE, what + " and wrote more");
   } else if (result != 0 && *size != told) {
     Report(Rule::FUNCTION_SIZE, what + " and then of " + std::to_string(*size));

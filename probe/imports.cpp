@@ -10,6 +10,7 @@
 #include <unordered_map>
 
 namespace probe {
+// NOLINTBEGIN(performance-no-int-to-ptr): an object tells its places as numbers
 namespace {
 
 #if defined(__x86_64__)
@@ -164,4 +165,5 @@ bool HaveObjectsChanged() {
   return changed;
 }
 
+// NOLINTEND(performance-no-int-to-ptr)
 }  // namespace probe

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -116,11 +117,9 @@ bool IsHostsObject(std::string_view path, const void* base) {
   }();
   if (base == own && !path.empty()) return false;
   const std::string_view name = path.substr(path.rfind('/') + 1);
-  for (const std::string_view known : {"libc.so", "ld-linux", "linux-vdso", "libstdc++", "libgcc_s", "libm.so",
-                                       "libasan", "libtsan", "libubsan", "libclang_rt"}) {
-    if (name.starts_with(known)) return false;
-  }
-  return true;
+  constexpr std::array<std::string_view, 10> LANGUAGES{"libc.so", "ld-linux", "linux-vdso", "libstdc++", "libgcc_s",
+                                                       "libm.so", "libasan",  "libtsan",    "libubsan",  "libclang_rt"};
+  return std::ranges::none_of(LANGUAGES, [&](std::string_view known) { return name.starts_with(known); });
 }
 
 }  // namespace
@@ -156,14 +155,15 @@ bool IsDeleteReplaced() {
 }
 
 std::optional<size_t> RoomAt(const void* memory) {
-  const auto address = reinterpret_cast<uintptr_t>(memory);
   for (const size_t before : {size_t{0}, sizeof(size_t)}) {
-    const Recent& place = PlaceOf(reinterpret_cast<const void*>(address - before));
+    const char* block = static_cast<const char*>(memory) - before;
+    const Recent& place = PlaceOf(block);
     const size_t size = place.size.load(std::memory_order_relaxed);
-    if (place.block.load(std::memory_order_acquire) != address - before || size < before) continue;
+    if (place.block.load(std::memory_order_acquire) != reinterpret_cast<uintptr_t>(block) || size < before) continue;
     // A free that was not seen may have let another block come to stand here; it has another size.
-    const size_t rounding = size < 128 * 1024 ? 32 : 8192;
-    if (malloc_usable_size(reinterpret_cast<void*>(address - before)) > size + rounding) return std::nullopt;
+    constexpr size_t LARGE = 131'072, ROUNDING = 32, ROUNDING_OF_LARGE = 8'192;
+    void* whole = const_cast<char*>(block);  // NOLINT(*-const-cast): it is asked for its size alone
+    if (malloc_usable_size(whole) > size + (size < LARGE ? ROUNDING : ROUNDING_OF_LARGE)) return std::nullopt;
     return size - before;
   }
   return std::nullopt;

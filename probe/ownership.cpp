@@ -28,7 +28,7 @@ struct Block {
   static constexpr uint32_t CALL_MASK = (1U << 28) - 1;
 
   uint64_t Pack() const {
-    return uint64_t{sum} << 32 | uint64_t{call & CALL_MASK} << 4 | uint64_t{isFreed} << 3 |
+    return uint64_t{sum} << 32 | uint64_t{call & CALL_MASK} << 4 | uint64_t{isFreed ? 1U : 0U} << 3 |
            static_cast<uint64_t>(kind) << 1 | 1;
   }
   static Block Unpack(uint64_t note) {

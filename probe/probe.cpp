@@ -221,7 +221,7 @@ char* sprintwcs(char* destination, const wchar_t* source, uint32_t limit) {
 
 BSTR SysAllocString(const wchar_t* text) {
   TracedCall traced("SysAllocString");
-  const BSTR result = real.allocWide == nullptr ? nullptr : real.allocWide(text);
+  BSTR result = real.allocWide == nullptr ? nullptr : real.allocWide(text);
   Give(result, "SysAllocString");
   traced.End();
   return result;
@@ -229,7 +229,7 @@ BSTR SysAllocString(const wchar_t* text) {
 
 BSTR SysAllocString(const char* text) {
   TracedCall traced("SysAllocString");
-  const BSTR result = real.allocMultibyte == nullptr ? nullptr : real.allocMultibyte(text);
+  BSTR result = real.allocMultibyte == nullptr ? nullptr : real.allocMultibyte(text);
   Give(result, "SysAllocString");
   traced.End();
   return result;

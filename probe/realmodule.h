@@ -8,6 +8,7 @@ namespace probe {
 
 /// The functions of the real module; all null while it is not loaded.
 struct RealModule {
+  // NOLINTBEGIN(readability-identifier-naming): the names of what they point to
   decltype(&::SPInitialize) SPInitialize;
   decltype(&::SPUninitialize) SPUninitialize;
   decltype(&::SPConfig) SPConfig;
@@ -18,6 +19,7 @@ struct RealModule {
   decltype(&::GetTickCount) GetTickCount;
   decltype(&::Sleep) Sleep;
   decltype(&::sprintwcs) sprintwcs;
+  // NOLINTEND(readability-identifier-naming)
   BSTR (*allocWide)(const wchar_t*);
   BSTR (*allocMultibyte)(const char*);
 };
