@@ -24,9 +24,9 @@ namespace {
 /// Whether the page of this address can be read. The kernel looks at the set before it finds that it cannot do what it
 /// is asked, and so changes nothing.
 bool IsPageReadable(uintptr_t address) {
-  constexpr int nothing = -1;
-  constexpr size_t setSize = 8;
-  return syscall(SYS_rt_sigprocmask, nothing, address / setSize * setSize, nullptr, setSize) == 0 || errno != EFAULT;
+  constexpr int NOTHING = -1;
+  constexpr size_t SET_SIZE = 8;
+  return syscall(SYS_rt_sigprocmask, NOTHING, address / SET_SIZE * SET_SIZE, nullptr, SET_SIZE) == 0 || errno != EFAULT;
 }
 
 uintptr_t PageSize() { return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE)); }
@@ -44,8 +44,8 @@ bool HasRoom(const void* memory, size_t size) {
 /// Looks for the NUL in the block that the text begins, or page by page up to memory that is not there.
 bool IsTerminated(const wchar_t* text) {
   if (const std::optional<size_t> room = RoomAt(text)) return wmemchr(text, 0, *room / sizeof(wchar_t)) != nullptr;
-  constexpr size_t farEnough = 4096;  // no more than 255 bytes of it are used
-  for (size_t i = 0; i < farEnough;) {
+  constexpr size_t FAR_ENOUGH = 4096;  // no more than 255 bytes of it are used
+  for (size_t i = 0; i < FAR_ENOUGH;) {
     const auto at = reinterpret_cast<uintptr_t>(text + i);
     if (!IsPageReadable(at)) return false;
     const size_t rest = std::max<size_t>((PageSize() - at % PageSize()) / sizeof(wchar_t), 1);
@@ -135,13 +135,13 @@ void CheckWrite(const Request& request, const std::string& what) {
 bool HoldsOtherThanASCII(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   if (file < 0) return false;
-  constexpr off_t looked = 1 << 20;
-  if (const off_t end = lseek(file, 0, SEEK_END); end > looked) {
-    lseek(file, end - looked, SEEK_SET);
+  constexpr off_t LOOKED = 1 << 20;
+  if (const off_t end = lseek(file, 0, SEEK_END); end > LOOKED) {
+    lseek(file, end - LOOKED, SEEK_SET);
   } else {
     lseek(file, 0, SEEK_SET);
   }
-  std::vector<char> text(looked);
+  std::vector<char> text(LOOKED);
   const ssize_t size = read(file, text.data(), text.size());
   close(file);
   return size > 0 && std::any_of(text.begin(), text.begin() + size, [](char c) { return (c & 0x80) != 0; });
@@ -149,7 +149,7 @@ bool HoldsOtherThanASCII(const std::string& path) {
 
 void CheckLocale(const Request& request, const std::string& what) {
   if (std::string_view(nl_langinfo(CODESET)) != "ANSI_X3.4-1968") return;
-  constexpr std::array<const char*, 3> paths{"/var/log/secure", "/var/log/messages", "/var/log/agent.log"};
+  constexpr std::array<const char*, 3> PATHS{"/var/log/secure", "/var/log/messages", "/var/log/agent.log"};
   std::vector<std::string> files;
   const uint64_t log = request.Log();
   if (log == LOG_APPLICATION) {
@@ -159,11 +159,12 @@ void CheckLocale(const Request& request, const std::string& what) {
       files.emplace_back(list.substr(0, end));
     }
   } else if (log >= LOG_SECURE && log <= LOG_AGENT) {
-    files.emplace_back(paths.at(log - LOG_SECURE));
+    files.emplace_back(PATHS.at(log - LOG_SECURE));
   }
   for (const std::string& file : files) {
     if (HoldsOtherThanASCII(file)) {
-      Report(Rule::LOCALE, what + ": " + file + " holds more than ASCII, and the locale does not");
+      Report(Rule::LOCALE,
+             std::string(what).append(": ").append(file).append(" holds more than ASCII, unlike the locale"));
     }
   }
 }

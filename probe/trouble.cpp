@@ -30,12 +30,12 @@ void PutString(tagVARIANT& value, std::wstring_view text) {
 }
 
 tagCONFIGENTRY* MakeEntries(uint64_t log, uint32_t number) {
-  constexpr std::array<uint32_t, 5> text{CE_DATE, CE_TIME, CE_SOURCE, CE_HOST, CE_MESSAGE};
-  constexpr std::array<uint32_t, 5> sel{CE_DATE, CE_TIME, CE_MESSAGE, CE_SENSOR, CE_ORIGIN};
-  auto* entries = new tagCONFIGENTRY[text.size()];
-  for (size_t i = 0; i < text.size(); ++i) {
+  constexpr std::array<uint32_t, 5> TEXT{CE_DATE, CE_TIME, CE_SOURCE, CE_HOST, CE_MESSAGE};
+  constexpr std::array<uint32_t, 5> SEL{CE_DATE, CE_TIME, CE_MESSAGE, CE_SENSOR, CE_ORIGIN};
+  auto* entries = new tagCONFIGENTRY[TEXT.size()];
+  for (size_t i = 0; i < TEXT.size(); ++i) {
     tagCONFIGENTRY& entry = entries[i];
-    entry.dwEntryID = log == LOG_SEL ? sel.at(i) : text.at(i);
+    entry.dwEntryID = log == LOG_SEL ? SEL.at(i) : TEXT.at(i);
     entry.dwAttributes = CE_ATTRIBUTE_READONLY;
     if (entry.dwEntryID == CE_ORIGIN) {
       entry.varValue.vt = VT_I4;
