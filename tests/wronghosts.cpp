@@ -157,7 +157,7 @@ wchar_t* EndlessText() {
 /// A property whose size is told once as `first` and then as `second`, with `text` as its bytes.
 std::function<int(uint32_t*, char*)> Property(uint32_t first, uint32_t second, const std::string& text) {
   return [=](uint32_t* size, char* buffer) {
-    if (buffer != nullptr) memcpy(buffer, text.data(), text.size());
+    if (buffer != nullptr) text.copy(buffer, text.size());
     *size = buffer == nullptr ? first : second;
     return 1;
   };
@@ -233,6 +233,7 @@ const std::vector<Row> ROWS{
     {"", "asks from several threads",
      [] {
        std::vector<std::thread> threads;
+       threads.reserve(4);
        for (int i = 0; i < 4; ++i) threads.emplace_back([] { FetchAndFree(); });
        for (std::thread& thread : threads) thread.join();
      }},
@@ -423,10 +424,10 @@ std::string Look() {
   bool isForeign = false;
   items.resize(count);
   for (const tagCONFIGITEM& item : items) {
-    empty += item.dwEntryCount == 0;
+    if (item.dwEntryCount == 0) ++empty;
     for (uint32_t i = 0; i < item.dwEntryCount; ++i) {
       const tagVARIANT& value = item.pEntries[i].varValue;
-      failed += value.vt == VT_ERROR;
+      if (value.vt == VT_ERROR) ++failed;
       if (value.vt != VT_BSTR) continue;
       longest = std::max(longest, wcslen(value.value.bstrVal));
       for (const wchar_t* c = value.value.bstrVal; *c != 0; ++c) isForeign |= *c > 0x7F;
@@ -472,6 +473,7 @@ std::set<std::string> RulesReported(const std::vector<std::string>& command, con
     setenv("KESTRUNE_PROBE_REPORT", "/tmp/report", 1);
     setenv("KESTRUNE_PROBE_TROUBLE", trouble.c_str(), 1);
     std::vector<char*> words;
+    words.reserve(command.size() + 1);
     for (const std::string& word : command) words.push_back(const_cast<char*>(word.c_str()));
     words.push_back(nullptr);
     execv(words[0], words.data());
@@ -523,7 +525,8 @@ int RunAll(const std::string& self, const std::string& probe, const std::string&
   for (const auto& [trouble, expected] : TROUBLES) {
     const std::string found = run(self, "look", trouble);
     const std::string seen = ReadFile("/tmp/seen");
-    judge(found.empty() && seen == expected + "\n", "trouble '" + trouble + "': " + seen + found);
+    judge(found.empty() && seen == expected + "\n",
+          std::string("trouble ").append(trouble).append(": ").append(seen).append(found));
   }
   std::ofstream("/tmp/trouble") << "# a file\nseed=3\n";
   std::set<std::string> seeded;
