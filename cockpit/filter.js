@@ -1,0 +1,100 @@
+// filter.js: which records the reader wants to see: by words, by time, and of a SEL the asserted events alone.
+
+import { find, make } from "./elements.js";
+import { columnsOf, isSEL, shown, wallOf } from "./fields.js";
+
+const DELAY = 250; // between the last key and the search, in ms
+
+// The time of a field, as a wall-clock time; NaN for an empty one.
+const parse = (input) => (input.value === "" ? NaN : Date.parse(`${input.value}Z`));
+const format = (wall) => (Number.isNaN(wall) ? "" : new Date(wall).toISOString().slice(0, 19));
+
+export class Filter {
+  utc = false;
+
+  // onChange is called when the reader changed what is wanted, onZone when it is the zone alone.
+  constructor(onChange, onZone) {
+    let timer;
+    const later = () => {
+      clearTimeout(timer);
+      timer = setTimeout(onChange, DELAY);
+    };
+    this.#search = make("input", { type: "search", id: "search", placeholder: "Words in any column", oninput: later });
+    const time = (id, label) => make("input", { type: "datetime-local", step: "1", id, "aria-label": label,
+      onchange: onChange });
+    this.#from = time("from", "From");
+    this.#until = time("until", "Until");
+    this.#asserted = make("input", { type: "checkbox", id: "asserted", onchange: onChange });
+    this.#zone = make("input", { type: "checkbox", id: "utc", onchange: () => {
+      this.utc = this.#zone.checked;
+      onZone();
+    } });
+    this.#clear = make("button", { type: "button", id: "clear-filter", class: "button plain", onclick: () => {
+      this.reset();
+      onChange();
+      this.#search.focus();
+    } }, "Clear");
+    this.#selOnly = make("span", { class: "choices" },
+      make("label", { class: "choice" }, this.#asserted, "Asserted alone"),
+      make("label", { class: "choice" }, this.#zone, "Times in UTC"));
+    find("filter").append(
+      make("label", { class: "field wide" }, make("span", {}, "Search"), this.#search),
+      make("label", { class: "field" }, make("span", {}, "From"), this.#from),
+      make("label", { class: "field" }, make("span", {}, "Until"), this.#until),
+      this.#selOnly, this.#clear);
+    find("filter").addEventListener("submit", (event) => event.preventDefault());
+  }
+  #search;
+  #from;
+  #until;
+  #asserted;
+  #zone;
+  #clear;
+  #selOnly;
+
+  // Wants everything of a log again.
+  reset(log) {
+    this.#search.value = this.#from.value = this.#until.value = "";
+    this.#asserted.checked = false;
+    if (log !== undefined) this.#selOnly.hidden = !isSEL(log);
+  }
+
+  // Wants the records from one wall-clock time until just before another.
+  narrow(from, until) {
+    this.#from.value = format(from);
+    this.#until.value = format(until - 1000);
+  }
+
+  // Wants all times again.
+  widen() {
+    this.#from.value = this.#until.value = "";
+  }
+
+  get isNarrowed() {
+    return this.#from.value !== "" || this.#until.value !== "";
+  }
+
+  get isOn() {
+    return this.#search.value.trim() !== "" || this.isNarrowed || this.#asserted.checked;
+  }
+
+  // The records of these that are wanted.
+  apply(log, records) {
+    this.#clear.hidden = !this.isOn;
+    if (!this.isOn) return records;
+    const words = this.#search.value.toLowerCase().split(/\s+/).filter(Boolean);
+    const [from, until] = [parse(this.#from), parse(this.#until)];
+    const fields = Object.keys(columnsOf(log));
+    return records.filter((record) => {
+      if (this.#asserted.checked && record.direction !== "asserted") return false;
+      if (this.isNarrowed) {
+        const wall = wallOf(record, this.utc);
+        if (!(Number.isNaN(from) || wall >= from) || !(Number.isNaN(until) || wall < until + 1000)) return false;
+        if (Number.isNaN(wall)) return false;
+      }
+      if (words.length === 0) return true;
+      const text = fields.map((field) => shown(record, field, this.utc)).join("\n").toLowerCase();
+      return words.every((word) => text.includes(word));
+    });
+  }
+}

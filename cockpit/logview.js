@@ -1,0 +1,250 @@
+// logview.js: the log that is open: its table, its chart, what is filtered, and how it goes on while the reader looks.
+
+import { alert, clearAlert } from "./alerts.js";
+import { shortTitleOf, titleOf } from "./catalogue.js";
+import { Chart } from "./chart.js";
+import { Detail } from "./detail.js";
+import { save } from "./download.js";
+import { announce, find, make, number, records as recordsOf } from "./elements.js";
+import { visible } from "./fields.js";
+import { Filter } from "./filter.js";
+import { readRange } from "./hostcommand.js";
+import { PAGE_SIZE, Paging } from "./paging.js";
+import { Table } from "./table.js";
+import { WholeLog } from "./wholelog.js";
+
+const UNASKED = 20000; // logs of up to so many records are read whole, after the first page, for the chart
+const REDRAW = 300; // at least so many ms between two looks at a log that is coming in
+
+export class LogView {
+  name = null; // of the open log
+  #count = 0;
+  #fresh = 0; // records that came in since it was opened
+  #skipped = 0; // those of them that the pages leave out, so that no page moves under the reader's eyes
+  #whole = null;
+  #ending = null; // ends what is read for this log
+  #turns = 0; // of two pages asked for, the one asked for last is shown
+  #redraw = null;
+
+  // onFailure gets every error, and onGone is called when the log proves to be another than it was.
+  constructor({ onFailure, onGone }) {
+    Object.assign(this, { onFailure, onGone });
+    this.#table = new Table((record) => this.#openRecord(record));
+    this.#paging = new Paging((page) => this.#turn(page));
+    this.#detail = new Detail(() => this.#closeRecord());
+    this.#filter = new Filter(() => this.#filtered(), () => this.#filtered());
+    this.#chart = new Chart({
+      onNarrow: (from, until) => {
+        this.#filter.narrow(from, until);
+        this.#filtered();
+      },
+      onWiden: () => {
+        this.#filter.widen();
+        this.#filtered();
+      },
+      onRead: () => this.#readWhole(),
+    });
+    for (const form of ["csv", "json"]) find(`download-${form}`).addEventListener("click", () => this.#download(form));
+  }
+  #table;
+  #paging;
+  #detail;
+  #filter;
+  #chart;
+
+  // Opens a log of the catalogue at its newest records.
+  async open({ name, records, note }) {
+    this.close();
+    this.name = name;
+    this.#count = records ?? 0;
+    this.#fresh = this.#skipped = 0;
+    this.#ending = new AbortController();
+    this.#whole = new WholeLog(name, this.#ending.signal, () => this.#cameIn());
+    this.#filter.reset(name);
+    find("log").hidden = false;
+    find("log-name").textContent = titleOf(name);
+    this.#showCount();
+    if (records === null || records === undefined) {
+      alert("log", "warning", `The server does not offer the log ${titleOf(name)}${note ? `: ${visible(note)}` : "."}`);
+      this.#paging.show(1, 0);
+      return;
+    }
+    await this.#turn(1);
+    if (this.#ending.signal.aborted || this.#count === 0) return;
+    if (this.#count <= UNASKED) await this.#readWhole();
+    else if (!this.#whole.isReading) this.#chart.offer(this.#count);
+  }
+
+  // Ends whatever is still read, and empties the view.
+  close() {
+    this.#ending?.abort(new DOMException("another log was opened", "AbortError"));
+    clearTimeout(this.#redraw);
+    this.#redraw = null;
+    this.#detail.hide();
+    this.#table.mark(null);
+    this.#table.clear();
+    this.#chart.clear();
+    find("fresh").replaceChildren();
+    find("progress").hidden = true;
+    clearAlert("log");
+    clearAlert("notes");
+  }
+
+  // Takes in how many records the log has now; null when it is not offered any more.
+  async update({ records, note }) {
+    if (records === null || records === undefined) {
+      if (this.#count > 0) {
+        alert("log", "warning", `The log ${titleOf(this.name)} is gone${note ? `: ${visible(note)}` : "."}`);
+      }
+      return;
+    }
+    const growth = records - this.#count;
+    if (growth === 0) return;
+    if (growth < 0) {
+      await this.open({ name: this.name, records, note });
+      alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
+      return;
+    }
+    this.#count = records;
+    this.#fresh += growth;
+    this.#showCount();
+    announce(`${number(growth)} new ${growth === 1 ? "record" : "records"} in ${titleOf(this.name)}`);
+    if (!this.#filter.isOn && this.#paging.page > 1) {
+      this.#skipped += growth;
+      this.#showFresh();
+    } else if (!this.#filter.isOn) {
+      await this.#turn(1);
+    }
+    const work = this.#whole.isReading || this.#whole.isComplete ? this.#whole.catchUp(growth) : null;
+    await work?.catch((error) => this.#fail(error));
+  }
+
+  get #options() {
+    return { utc: this.#filter.utc, caption: `${titleOf(this.name)}, newest first, page ${this.#paging.page}` };
+  }
+
+  // Shows a page, from the server, or with a filter from the whole log.
+  async #turn(page) {
+    const turn = ++this.#turns;
+    if (this.#filter.isOn) {
+      this.#showMatches(page);
+      return;
+    }
+    if (page === 1) this.#skipped = 0;
+    const first = (page - 1) * PAGE_SIZE + 1 + this.#skipped;
+    find("table").setAttribute("aria-busy", "true");
+    try {
+      const { records, notes } = await readRange(this.name, first, first + PAGE_SIZE - 1, this.#ending.signal);
+      if (turn !== this.#turns) return;
+      clearAlert("log");
+      this.#paging.show(page, this.#count - this.#skipped);
+      this.#table.show(this.name, records, { ...this.#options, fresh: Math.max(0, this.#fresh - first + 1),
+        empty: "No records." });
+      this.#showFresh();
+      if (notes) alert("notes", "info", `kestrune-host notes about the log ${titleOf(this.name)}:`, notes);
+      else clearAlert("notes");
+      if (records.length === 0 && this.#count > 0) {
+        alert("log", "warning", `The log ${titleOf(this.name)} has no such page any more: it is gone, or became shorter.`);
+        this.onGone();
+      }
+    } catch (error) {
+      this.#fail(error, page);
+    } finally {
+      if (turn === this.#turns) find("table").setAttribute("aria-busy", "false");
+    }
+  }
+
+  // Shows what of the whole log the filter lets through, or as much of it as there is.
+  #showMatches(page) {
+    const matches = this.#filter.apply(this.name, this.#whole.records);
+    const fresh = new Set(this.#whole.records.slice(0, this.#fresh));
+    const first = (page - 1) * PAGE_SIZE;
+    const slice = matches.slice(first, first + PAGE_SIZE);
+    this.#paging.show(page, matches.length);
+    this.#table.show(this.name, slice, { ...this.#options, fresh: slice.filter((record) => fresh.has(record)).length,
+      empty: this.#whole.isComplete ? "No record matches." : "No record matches so far." });
+    this.#showCount(matches.length);
+  }
+
+  // The reader wants to see other records, or the same in another zone.
+  #filtered() {
+    const matches = this.#filter.apply(this.name, this.#whole.records); // shows or hides what clears the filter
+    this.#drawChart(matches);
+    if (!this.#filter.isOn) this.#showCount();
+    this.#turn(1);
+    if (this.#filter.isOn && !this.#whole.isComplete) this.#readWhole();
+  }
+
+  #drawChart(matches) {
+    if (this.#whole.records.length === 0) return;
+    this.#chart.show(this.name, matches, { utc: this.#filter.utc, isNarrowed: this.#filter.isNarrowed });
+  }
+
+  async #readWhole() {
+    const { signal } = this.#ending;
+    if (this.#whole.isComplete || this.#whole.isReading) return;
+    this.#showProgress();
+    await this.#whole.read().catch((error) => signal.aborted || this.#fail(error));
+    if (!signal.aborted) find("progress").hidden = true;
+  }
+
+  // More of the whole log is there.
+  #cameIn() {
+    if (this.#redraw !== null) return;
+    this.#redraw = setTimeout(() => {
+      this.#redraw = null;
+      this.#showProgress();
+      this.#drawChart(this.#filter.apply(this.name, this.#whole.records));
+      if (this.#filter.isOn) this.#showMatches(Math.min(this.#paging.page, this.#paging.pages));
+    }, REDRAW);
+  }
+
+  #showProgress() {
+    find("progress").hidden = this.#whole.isComplete;
+    find("progress").textContent = `Reading ${recordsOf(this.#count)}, ${number(this.#whole.records.length)} so far…`;
+  }
+
+  #showCount(matching = null) {
+    find("log-count").textContent = matching === null ? recordsOf(this.#count)
+      : `${number(matching)} of ${recordsOf(this.#count)}`;
+  }
+
+  // Offers the new records that no page shows.
+  #showFresh() {
+    if (this.#skipped === 0) return find("fresh").replaceChildren();
+    find("fresh").replaceChildren(make("button", { type: "button", class: "button secondary", id: "show-fresh",
+      onclick: () => this.#turn(1).then(() => this.#table.focusMarked()) },
+    `Show ${number(this.#skipped)} new ${this.#skipped === 1 ? "record" : "records"}`));
+  }
+
+  #openRecord(record) {
+    this.#table.mark(record);
+    this.#detail.show(this.name, record);
+  }
+
+  #closeRecord() {
+    this.#table.focusMarked();
+    this.#table.mark(null);
+  }
+
+  async #download(form) {
+    const { signal } = this.#ending;
+    const button = find(`download-${form}`);
+    button.setAttribute("aria-busy", "true");
+    try {
+      this.#showProgress();
+      await this.#whole.read();
+      save(this.name, this.#filter.apply(this.name, this.#whole.records), form);
+    } catch (error) {
+      if (!signal.aborted) this.#fail(error);
+    } finally {
+      button.removeAttribute("aria-busy");
+      find("progress").hidden = true;
+    }
+  }
+
+  #fail(error, page = this.#paging.page) {
+    if (error.name === "AbortError") return;
+    this.onFailure("log", `The log ${shortTitleOf(this.name)} could not be read.`, error, () => this.#turn(page));
+  }
+}
