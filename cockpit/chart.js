@@ -26,14 +26,17 @@ function startOf(step, wall) {
 }
 const endOf = (step, start) => (step.name === "month" ? startOf(step, start + 32 * DAY) : start + step.length);
 
-// The bars of records: from, until, total, and how many of each severity.
-function count(records, utc) {
+// The bars of records: from, until, total, and how many of each severity. They cover `range`, a pair of times of which
+// one that is not a number is that of the records themselves.
+function count(records, utc, range) {
   const walls = records.map((record) => wallOf(record, utc));
   let [first, last] = [Infinity, -Infinity];
   for (const wall of walls) {
     if (wall < first) first = wall;
     if (wall > last) last = wall;
   }
+  if (!Number.isNaN(range[0])) first = range[0];
+  if (!Number.isNaN(range[1])) last = range[1];
   const step = STEPS.find(({ range }) => !(last - first > range));
   const bars = new Map();
   walls.forEach((wall, index) => {
@@ -45,7 +48,8 @@ function count(records, utc) {
     bar.total += 1;
     bar.by[severity] = (bar.by[severity] ?? 0) + 1;
   });
-  return { step, bars: [...bars.values()].sort((a, b) => a.from - b.from) };
+  return { step, bars: [...bars.values()].sort((a, b) => a.from - b.from),
+    from: startOf(step, first), until: endOf(step, startOf(step, last)) };
 }
 
 // The least of 1, 2 and 5 times a power of ten that is not below a count.
@@ -84,14 +88,15 @@ export class Chart {
     this.#area.replaceChildren();
   }
 
-  show(log, records, { utc, isNarrowed }) {
-    this.#drawn = [log, records, { utc, isNarrowed }];
-    const { step, bars } = count(records, utc);
+  // Shows records of a log over a range of wall-clock times, in which what the reader did not name is not a number.
+  show(log, records, { utc, range }) {
+    this.#drawn = [log, records, { utc, range }];
+    const { step, bars, from, until } = count(records, utc, range);
     const hadFocus = this.#area.contains(document.activeElement);
-    this.#showHead(log, step, bars, isNarrowed);
+    this.#showHead(log, step, bars, !range.every(Number.isNaN));
     if (bars.length === 0) return this.#area.replaceChildren();
     if (!bars.some((bar) => bar.from === this.#focus)) this.#focus = bars.at(-1).from;
-    this.#area.replaceChildren(this.#draw(log, step, bars));
+    this.#area.replaceChildren(this.#draw(log, step, bars, from, until));
     if (hadFocus) this.#area.querySelector("[tabindex='0']").focus();
   }
 
@@ -106,9 +111,8 @@ export class Chart {
       ...legend, make("span", { class: "spring" }), ...(isNarrowed ? [widen] : []));
   }
 
-  #draw(log, step, bars) {
+  #draw(log, step, bars, from, until) {
     const width = Math.max(280, find("chart").clientWidth);
-    const [from, until] = [bars[0].from, bars.at(-1).until];
     const top = roundUp(Math.max(...bars.map((bar) => bar.total)));
     const x = (wall) => EDGE.left + ((width - EDGE.left - EDGE.right) * (wall - from)) / (until - from);
     const y = (total) => HEIGHT - EDGE.bottom - ((HEIGHT - EDGE.top - EDGE.bottom) * total) / top;

@@ -5,9 +5,7 @@ import { columnsOf, isSEL, shown, wallOf } from "./fields.js";
 
 const DELAY = 250; // between the last key and the search, in ms
 
-// The time of a field, as a wall-clock time; NaN for an empty one.
-const parse = (input) => (input.value === "" ? NaN : Date.parse(`${input.value}Z`));
-const format = (wall) => (Number.isNaN(wall) ? "" : new Date(wall).toISOString().slice(0, 19));
+const format = (wall) => new Date(wall).toISOString().slice(0, 19);
 
 export class Filter {
   utc = false;
@@ -70,12 +68,13 @@ export class Filter {
     this.#from.value = this.#until.value = "";
   }
 
-  get isNarrowed() {
-    return this.#from.value !== "" || this.#until.value !== "";
+  // The wall-clock times that are wanted, both included. One that is not given is not a number.
+  get range() {
+    return [this.#from, this.#until].map((input) => (input.value === "" ? NaN : Date.parse(`${input.value}Z`)));
   }
 
   get isOn() {
-    return this.#search.value.trim() !== "" || this.isNarrowed || this.#asserted.checked;
+    return this.#search.value.trim() !== "" || this.#asserted.checked || !this.range.every(Number.isNaN);
   }
 
   // The records of these that are wanted.
@@ -83,14 +82,14 @@ export class Filter {
     this.#clear.hidden = !this.isOn;
     if (!this.isOn) return records;
     const words = this.#search.value.toLowerCase().split(/\s+/).filter(Boolean);
-    const [from, until] = [parse(this.#from), parse(this.#until)];
+    const [from, until] = this.range;
+    const isNarrowed = !this.range.every(Number.isNaN);
     const fields = Object.keys(columnsOf(log));
     return records.filter((record) => {
       if (this.#asserted.checked && record.direction !== "asserted") return false;
-      if (this.isNarrowed) {
+      if (isNarrowed) {
         const wall = wallOf(record, this.utc);
-        if (!(Number.isNaN(from) || wall >= from) || !(Number.isNaN(until) || wall < until + 1000)) return false;
-        if (Number.isNaN(wall)) return false;
+        if (Number.isNaN(wall) || wall < from || wall >= until + 1000) return false;
       }
       if (words.length === 0) return true;
       const text = fields.map((field) => shown(record, field, this.utc)).join("\n").toLowerCase();

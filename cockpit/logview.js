@@ -177,7 +177,7 @@ export class LogView {
 
   #drawChart(matches) {
     if (this.#whole.records.length === 0) return;
-    this.#chart.show(this.name, matches, { utc: this.#filter.utc, isNarrowed: this.#filter.isNarrowed });
+    this.#chart.show(this.name, matches, { utc: this.#filter.utc, range: this.#filter.range });
   }
 
   async #readWhole() {

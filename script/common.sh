@@ -8,8 +8,10 @@ self=script/$(basename "$0")
 build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev nlohmann-json3-dev bubblewrap)
 demo_packages=("${build_packages[@]}" socat)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
+page_packages=(cockpit-ws cockpit-bridge python3)
 package_packages=(dpkg-dev file)  # beside those to build
-test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool)
+test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool
+  "${page_packages[@]}" chromium chromium-driver python3-selenium)
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }
