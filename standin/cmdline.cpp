@@ -6,10 +6,12 @@
 #include <charconv>
 #include <climits>
 #include <cstdlib>
+#include <ctime>
 #include <string_view>
 #include <vector>
 
 #include "standin/failure.h"
+#include "standin/logtime.h"
 #include "standin/ownfile.h"
 
 namespace standin {
@@ -84,11 +86,40 @@ void ParseAddress(const std::string& text, IPMIOptions& ipmi) {
 struct Texts {
   std::string log;
   std::optional<std::string> lines;
+  std::optional<std::string> since;
+  std::optional<std::string> until;
+  std::optional<std::string> sensorTypes;
+  std::optional<std::string> severities;
   std::string text;
   std::optional<std::string> word;
   std::optional<std::string> ipmi;
   std::string privilege;
 };
+
+/// A time of the past. Of a day it is the first second, or the last where a range ends.
+int64_t TakeTime(const char* option, const std::string& text, bool end) {
+  const auto time = ParseTime(text, end, std::time(nullptr));
+  if (!time) {
+    throw Failure(WRONG_ARGUMENTS, std::string("show: ") + option + ": '" + text +
+                                       "' is no time; allowed are 2026-08-18, 2026-08-18T10:56:35 (or with a zone: Z, "
+                                       "+02:00), today, yesterday, and spans back from now: -90s, -30m, -2h, -3d, -1w");
+  }
+  return *time;
+}
+
+/// What `show` is to show.
+View MakeView(const Options& options, const Texts& texts) {
+  View view = options.view;
+  if (texts.lines) view.lines = ParseLines(*texts.lines);
+  if (texts.since) view.since = TakeTime("--since", *texts.since, false);
+  if (texts.until) view.until = TakeTime("--until", *texts.until, true);
+  if (texts.sensorTypes) view.sensorTypes = ParseSensorTypes(*texts.sensorTypes);
+  if (texts.severities) view.severities = ParseSeverities(*texts.severities);
+  if ((texts.sensorTypes || texts.severities) && options.log != LOG_SEL && options.log != LOG_ALL) {
+    throw Failure(WRONG_ARGUMENTS, "show: --sensor-type and --severity are for the logs sel and all");
+  }
+  return view;
+}
 
 void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
   CLI::Option* sel =
@@ -133,17 +164,28 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
 void AddCommands(CLI::App& app, Options& options, Texts& texts) {
   std::vector<std::string> names(LOGS.size());
   std::transform(LOGS.begin(), LOGS.end(), names.begin(), [](const LogName& log) { return log.name; });
+  names.emplace_back("all");
   const auto addFormat = [&](CLI::App* command) {
     command->add_option("--format", options.format, "Form of the output")
-        ->check(CLI::IsMember({"table", "csv", "json"}))
+        ->check(CLI::IsMember({"table", "csv", "json", "jsonl"}))
         ->type_name("FORMAT");
   };
 
   addFormat(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
 
-  CLI::App* show = app.add_subcommand("show", "Show the records of a log, newest first");
+  CLI::App* show = app.add_subcommand("show", "Show the records of a log, or of all in one timeline, newest first");
   show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
   show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
+  show->add_option("--since", texts.since,
+                   "Records from this time on alone: 2026-08-18, 2026-08-18T10:56, today, -2h, -3d")
+      ->type_name("TIME");
+  show->add_option("--until", texts.until, "Records up to this time alone")->type_name("TIME");
+  show->add_option("--sensor-type", texts.sensorTypes, "Event log records of these sensor types alone: Memory, 0x0C")
+      ->type_name("TYPE[,TYPE...]");
+  show->add_option("--severity", texts.severities, "Event log records of these severities alone: critical, failure")
+      ->type_name("NAME[,NAME...]");
+  show->add_flag("--reverse", options.view.isReversed, "Oldest first");
+  show->add_option("--columns", options.columns, "Fields to show")->type_name("NAME[,NAME...]");
   addFormat(show);
 
   CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
@@ -223,7 +265,7 @@ Options ParseCommandLine(int argc, char** argv) {
   for (const LogName& log : LOGS) {
     if (texts.log == log.name) options.log = log.id;
   }
-  if (texts.lines) options.lines = ParseLines(*texts.lines);
+  if (options.command == "show") options.view = MakeView(options, texts);
   if (texts.word) options.word = ParseWord(*texts.word);
   if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
   if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "standin/ipmioptions.h"
-#include "standin/requests.h"
+#include "standin/timeline.h"
 
 namespace standin {
 
@@ -26,9 +26,10 @@ struct Options {
   IPMIOptions ipmi;  ///< without the password
   std::optional<std::string> passwordFile;
 
-  std::string format = "table";             ///< table, csv or json
-  uint16_t log = 0;                         ///< show
-  std::optional<Lines> lines;               ///< show
+  std::string format = "table";             ///< table, csv, json or jsonl
+  std::optional<std::string> columns;       ///< show
+  uint16_t log = LOG_ALL;                   ///< show
+  View view;                                ///< show
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

@@ -28,6 +28,8 @@
 #include "standin/requests.h"
 #include "standin/selfile.h"
 #include "standin/table.h"
+#include "standin/terminal.h"
+#include "standin/timeline.h"
 
 namespace standin {
 namespace {
@@ -101,11 +103,15 @@ std::unique_ptr<Controller> MakeController(const Options& options) {
 }
 
 /// Runs a sub-command that has the module do something. Returns what is to be shown of it.
-Table AskModule(const Module& module, const Options& options) {
+Table AskModule(const Module& module, const Options& options, const RecordKeeper& keeper) {
   if (options.command == "logs") return ListLogs(module);
   if (options.command == "show") {
-    if (!OffersLog(module, options.log)) std::fputs("note: the module does not offer that log here\n", stderr);
-    return ReadLog(module, options.log, options.lines);
+    if (options.log != LOG_ALL && !OffersLog(module, options.log)) {
+      std::fputs("note: the module does not offer that log here\n", stderr);
+    }
+    Table table = ReadView(module, options.log, options.view, keeper);
+    if (options.columns) ChooseColumns(table, *options.columns);
+    return table;
   }
   if (options.command == "settings") {
     if (options.word) WriteSettings(module, *options.word);
@@ -116,29 +122,20 @@ Table AskModule(const Module& module, const Options& options) {
 }
 
 /// Runs the sub-command with a module of its own. Returns what is to be shown of it.
-Table LoadAndAsk(const Options& options) {
+Table LoadAndAsk(const Options& options, const RecordKeeper& keeper) {
   std::optional<StreamGuard> guard(options.verbose);
   const Module module(options.module);
   Start(module);
   if (options.command == "dump-sel") {
     guard.reset();
+    const TerminalGuard terminal;
     module.ShowBMCSELLogDebug();
     if (std::fflush(stdout) != 0 && errno != EPIPE) {
       throw Failure(REQUEST_FAILED, std::string("cannot write to standard output: ") + std::strerror(errno));
     }
     guard.emplace(options.verbose);
   }
-  return AskModule(module, options);
-}
-
-void Show(const Table& table, const std::string& format) {
-  if (format == "json") {
-    Print(RenderJson(table));
-  } else if (format == "csv") {
-    Print(RenderCsv(table));
-  } else {
-    Print(RenderTable(table, TerminalWidth()));
-  }
+  return AskModule(module, options, keeper);
 }
 
 void Run(const Options& options) {
@@ -154,12 +151,13 @@ void Run(const Options& options) {
     RequireCommands();
     // All of the machine has to be there before the module starts.
     const std::unique_ptr<Controller> controller = MakeController(options);
-    host->controller = controller.get();
+    RecordKeeper keeper(*controller);
+    host->controller = &keeper;
     host->dist = options.distribution;
     TakeMessages(options.verbose);
     if (options.selLog) LaySelLog(*options.selLog);
     // The module is stopped before anything is shown: a reader may take its time.
-    const Table table = LoadAndAsk(options);
+    const Table table = LoadAndAsk(options, keeper);
     if (!table.columns.empty()) Show(table, options.format);
     // The module takes a controller that does not answer for an empty log.
     if (const std::string problem = controller->TakeProblem(); !problem.empty()) throw Failure(REQUEST_FAILED, problem);

@@ -46,6 +46,7 @@ class Module {
   KESTRUNE_MODULE_NAME(ShowBMCSELLogDebug);
   KESTRUNE_MODULE_NAME(g_bRepeatEvent);
   KESTRUNE_MODULE_NAME(g_uiUpdateInterval);
+  KESTRUNE_MODULE_NAME(AppLogList);
 };
 
 }  // namespace standin

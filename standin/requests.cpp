@@ -1,13 +1,20 @@
 /// requests.cpp: the requests of a host, with the two calls that every list takes.
 #include "standin/requests.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 #include <vector>
 
 #include "standin/failure.h"
 #include "standin/items.h"
+#include "standin/logtime.h"
 #include "standin/messages.h"
+#include "standin/selfields.h"
+#include "standin/selrows.h"
+#include "standin/terminal.h"
 
 namespace standin {
 namespace {
@@ -80,25 +87,86 @@ std::vector<Item> ReadItems(const Module& module, uint16_t id, const std::option
 
 int64_t Number(const tagVARIANT* value) { return value != nullptr && value->vt == VT_I4 ? value->value.llVal : -1; }
 
-std::wstring Text(const Item& item, uint32_t id) {
+std::string Text(const Item& item, uint32_t id) {
   const tagVARIANT* value = item.Find(id);
-  if (value != nullptr && value->vt == VT_ERROR) return L"(out of memory)";
-  return value != nullptr && value->vt == VT_BSTR && value->value.bstrVal != nullptr ? value->value.bstrVal : L"";
+  if (value != nullptr && value->vt == VT_ERROR) return "(out of memory)";
+  const bool isText = value != nullptr && value->vt == VT_BSTR && value->value.bstrVal != nullptr;
+  return isText ? ToUTF8(value->value.bstrVal) : "";
 }
 
-std::wstring Origin(const Item& item) {
+std::string Origin(const Item& item) {
   const int64_t origin = Number(item.Find(CE_ORIGIN));
-  if (origin == 0) return L"controller";
-  return origin == 1 ? L"archive" : std::to_wstring(origin);
+  if (origin == 0) return FROM_CONTROLLER;
+  return origin == 1 ? FROM_ARCHIVE : std::to_string(origin);
 }
 
-std::wstring Hexadecimal(uint64_t word, int digits) {
-  std::array<wchar_t, 24> text{};
-  std::swprintf(text.data(), text.size(), L"0x%0*llX", digits, static_cast<unsigned long long>(word));
+std::string Hexadecimal(uint64_t word, int digits) {
+  std::array<char, 24> text{};
+  std::snprintf(text.data(), text.size(), "0x%0*llX", digits, static_cast<unsigned long long>(word));
   return text.data();
 }
 
+/// When the files of a text log were last written, in seconds since 1970; 0 when they are not there.
+int64_t LastWritten(const Module& module, uint16_t id) {
+  std::istringstream files(id == LOG_APPLICATION ? *module.AppLogList
+                           : id == LOG_SECURE    ? "/var/log/secure"
+                           : id == LOG_MESSAGES  ? "/var/log/messages"
+                                                 : "/var/log/agent.log");
+  int64_t last = 0;
+  for (std::string file; files >> file;) {
+    struct stat status {};
+    if (stat(file.c_str(), &status) == 0) last = std::max<int64_t>(last, status.st_mtime);
+  }
+  return last;
+}
+
+Table ReadTextLog(const Module& module, uint16_t id, const std::optional<Lines>& lines) {
+  Table table{TEXT_COLUMNS, {}};
+  const int64_t written = LastWritten(module, id);
+  for (const Item& item : ReadItems(module, id, lines)) {
+    Row row{{{"log", LogTitle(id)},
+             {"date", Text(item, CE_DATE)},
+             {"time", Text(item, CE_TIME)},
+             {"host", Text(item, CE_HOST)},
+             {"source", Text(item, CE_SOURCE)},
+             {"message", Text(item, CE_MESSAGE)},
+             {"timestamp", nullptr}}};
+    row.time = InferTime(row.fields["date"], row.fields["time"], written);
+    if (row.time) row.fields["timestamp"] = FormatLocal(*row.time);
+    table.rows.push_back(std::move(row));
+  }
+  return table;
+}
+
+Table ReadSEL(const Module& module, const std::optional<Lines>& lines, const RecordKeeper& keeper) {
+  Table table{SEL_COLUMNS, {}};
+  const std::vector<SELRecord> archive = ReadArchive();
+  for (const Item& item : ReadItems(module, LOG_SEL, lines)) {
+    table.rows.push_back({{{"log", LogTitle(LOG_SEL)},
+                           {"date", Text(item, CE_DATE)},
+                           {"time", Text(item, CE_TIME)},
+                           {"sensor", Text(item, CE_SENSOR)},
+                           {"description", Text(item, CE_MESSAGE)},
+                           {"source", Origin(item)}}});
+  }
+  // An archive that changed meanwhile may or may not be the one that the module has read.
+  const bool isSettled = ReadArchive() == archive;
+  AddRecords(table.rows, lines ? lines->begin : 1, lines ? lines->end : SIZE_MAX, keeper.NewestFirst(),
+             isSettled ? archive : std::vector<SELRecord>());
+  return table;
+}
+
 }  // namespace
+
+const std::vector<Column> TEXT_COLUMNS{
+    {"log", false, false}, {"timestamp", false, false}, {"date"}, {"time"}, {"host"}, {"source"}, {"message"}};
+
+const std::vector<Column> SEL_COLUMNS = [] {
+  std::vector<Column> columns{
+      {"log", false, false}, {"date"}, {"time"}, {"sensor"}, {"description", true, true, true}, {"source"}};
+  for (const char* field : SEL_FIELDS) columns.push_back({field, std::string_view(field) == "direction"});
+  return columns;
+}();
 
 void Start(const Module& module) {
   uint32_t out = 0;
@@ -110,17 +178,16 @@ void Start(const Module& module) {
 Table ListLogs(const Module& module) {
   const std::vector<tagCONFIGGROUP> groups = ReadGroups(module);
   const std::vector<Item> properties = ReadProperties(module, Type(CONFIG_TYPE_LOG));  // all logs
-  Table table{{{"name"}, {"id"}, {"records", true}}, {}};
+  Table table{{{"name"}, {"id"}, {"records"}}, {}};
   for (size_t i = 0; i < LOGS.size(); ++i) {
     const LogName& log = LOGS[i];
     const auto isLog = [&](const tagCONFIGGROUP& group) { return group.wGroupID == log.id; };
     const auto isNumber = [&](const Item& item) { return item.dwIndex == i + 1; };
     if (std::none_of(groups.begin(), groups.end(), isLog)) continue;
     const auto property = std::find_if(properties.begin(), properties.end(), isNumber);
-    const std::string name = log.name;
-    table.rows.push_back({{name.begin(), name.end()},
-                          Hexadecimal(log.id, 2),
-                          std::to_wstring(property == properties.end() ? -1 : Number(property->Find(CE_RECORDS)))});
+    table.rows.push_back({{{"name", log.name},
+                           {"id", Hexadecimal(log.id, 2)},
+                           {"records", property == properties.end() ? -1 : Number(property->Find(CE_RECORDS))}}});
   }
   return table;
 }
@@ -130,19 +197,13 @@ bool OffersLog(const Module& module, uint16_t id) {
   return std::any_of(groups.begin(), groups.end(), [&](const auto& group) { return group.wGroupID == id; });
 }
 
-Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines) {
-  const bool sel = id == LOG_SEL;
-  Table table;
-  if (sel) {
-    table.columns = {{"date"}, {"time"}, {"sensor"}, {"description"}, {"source"}};
-  } else {
-    table.columns = {{"date"}, {"time"}, {"host"}, {"source"}, {"message"}};
-  }
-  for (const Item& item : ReadItems(module, id, lines)) {
-    table.rows.push_back({Text(item, CE_DATE), Text(item, CE_TIME), Text(item, sel ? CE_SENSOR : CE_HOST),
-                          Text(item, sel ? CE_MESSAGE : CE_SOURCE), sel ? Origin(item) : Text(item, CE_MESSAGE)});
-  }
-  return table;
+std::string LogTitle(uint16_t id) {
+  const auto log = std::find_if(LOGS.begin(), LOGS.end(), [id](const LogName& each) { return each.id == id; });
+  return log == LOGS.end() ? "" : log->name;
+}
+
+Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines, const RecordKeeper& keeper) {
+  return id == LOG_SEL ? ReadSEL(module, lines, keeper) : ReadTextLog(module, id, lines);
 }
 
 void WriteMessage(const Module& module, uint32_t level, const std::wstring& text) {
@@ -166,9 +227,9 @@ Table ReadSettings(const Module& module) {
   uint64_t word = 0;
   if (!Request(module, SP_OP_GET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
   return {{{"setting"}, {"value"}},
-          {{L"word", Hexadecimal(word, 16)},
-           {L"repeat-event", *module.g_bRepeatEvent != 0 ? L"on" : L"off"},
-           {L"update-interval", std::to_wstring(*module.g_uiUpdateInterval)}}};
+          {{{{"setting", "word"}, {"value", Hexadecimal(word, 16)}}},
+           {{{"setting", "repeat-event"}, {"value", *module.g_bRepeatEvent != 0 ? "on" : "off"}}},
+           {{{"setting", "update-interval"}, {"value", std::to_string(*module.g_uiUpdateInterval)}}}}};
 }
 
 void WriteSettings(const Module& module, uint64_t word) {

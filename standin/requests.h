@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "standin/module.h"
+#include "standin/recordkeeper.h"
 #include "standin/table.h"
 
 namespace standin {
@@ -23,6 +25,13 @@ inline constexpr std::array<LogName, 5> LOGS{{{"application", LOG_APPLICATION},
                                               {"messages", LOG_MESSAGES},
                                               {"agent", LOG_AGENT},
                                               {"sel", LOG_SEL}}};
+
+/// The name of the log with this ID.
+std::string LogTitle(uint16_t id);
+
+/// The columns of a text log and of the event log. Those of the records' fields that a line has room for are shown.
+extern const std::vector<Column> TEXT_COLUMNS;
+extern const std::vector<Column> SEL_COLUMNS;
 
 /// Records of a log, counted from 1, both ends included.
 struct Lines {
@@ -41,8 +50,9 @@ Table ListLogs(const Module& module);
 /// Whether the module offers this log.
 bool OffersLog(const Module& module, uint16_t id);
 
-/// The records of a log, newest first, all of them or some.
-Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines);
+/// The records of a log, newest first, all of them or some. `keeper` is the host's controller, which has kept the event
+/// log's records.
+Table ReadLog(const Module& module, uint16_t id, const std::optional<Lines>& lines, const RecordKeeper& keeper);
 
 /// Has the module write a message to the system log.
 void WriteMessage(const Module& module, uint32_t level, const std::wstring& text);

@@ -10,7 +10,6 @@
 namespace standin {
 namespace {
 
-constexpr const char* SEL_LOG_PATH = "/etc/zarp/conf/ipmi.log";
 constexpr size_t RECORD_SIZE = sizeof(SELRecord);
 
 }  // namespace

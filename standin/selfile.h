@@ -12,6 +12,9 @@
 
 namespace standin {
 
+/// Where modules look for the SEL log file.
+inline constexpr char SEL_LOG_PATH[] = "/etc/zarp/conf/ipmi.log";
+
 /// Reads a raw file. Throws Failure (wrong arguments) for a size that does not fit, or more than `limit` records.
 std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit = SIZE_MAX);
 

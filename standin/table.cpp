@@ -1,44 +1,21 @@
 /// table.cpp: shows rows as a table, as csv and as JSON.
 #include "standin/table.h"
 
-#include <sys/ioctl.h>
-#include <unistd.h>
-#include <wchar.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <climits>
-#include <cstdlib>
-#include <cstring>
-#include <nlohmann/json.hpp>
+#include <cwchar>
 #include <numeric>
+#include <sstream>
 
 #include "standin/failure.h"
+#include "standin/terminal.h"
 
 namespace standin {
 namespace {
 
 constexpr size_t GAP = 2;
 constexpr size_t NARROWEST = 8;
-constexpr size_t DEFAULT_WIDTH = 80;
+constexpr size_t NARROW = 12;  // of other columns while the widest one has to be cut
 constexpr wchar_t CUT_MARK = L'>';
-
-/// The text in the locale's encoding; a character that it lacks becomes a question mark.
-std::string Narrow(std::wstring_view text) {
-  std::string narrow;
-  std::mbstate_t state{};
-  std::string bytes(MB_LEN_MAX, '\0');
-  for (const wchar_t character : text) {
-    const size_t count = std::wcrtomb(bytes.data(), character, &state);
-    if (count == static_cast<size_t>(-1)) {
-      state = {};
-      narrow += '?';
-    } else {
-      narrow.append(bytes, 0, count);
-    }
-  }
-  return narrow;
-}
 
 size_t Width(std::wstring_view text) {
   size_t width = 0;
@@ -46,123 +23,190 @@ size_t Width(std::wstring_view text) {
   return width;
 }
 
-/// At most `width` columns of the text.
-std::wstring Cut(const std::wstring& text, size_t width) {
-  if (Width(text) <= width) return text;
-  std::wstring cut;
-  size_t used = 0;
-  for (const wchar_t character : text) {
-    used += static_cast<size_t>(std::max(0, wcwidth(character)));
-    if (used + 1 > width) break;
-    cut += character;
-  }
-  return cut + CUT_MARK;
+/// As much of the text, from its start or from its end on, as fits into `width`.
+std::wstring_view Part(std::wstring_view text, size_t width, bool fromEnd = false) {
+  while (Width(text) > width) fromEnd ? text.remove_prefix(1) : text.remove_suffix(1);
+  return text;
 }
 
-std::wstring Printable(std::wstring text) {
-  for (wchar_t& character : text) {
-    if (wcwidth(character) < 0) character = character == L'\t' ? L' ' : L'?';
-  }
+/// At most `width` columns of the text, with a mark for what is missing: at the end, or in the middle.
+std::wstring Cut(const std::wstring& text, size_t width, bool keepEnd = false) {
+  if (Width(text) <= width) return text;
+  const size_t tail = keepEnd ? width * 3 / 5 : 0;
+  std::wstring cut(Part(text, width - tail - 1));
+  cut += CUT_MARK;
+  return cut.append(Part(text, tail, true));
+}
+
+/// What stands in a column of a row: null where there is nothing.
+const nlohmann::ordered_json& Field(const Column& column, const Row& row) {
+  static const nlohmann::ordered_json NOTHING;
+  auto field = column.stead == nullptr ? row.fields.end() : row.fields.find(column.stead);
+  if (field == row.fields.end()) field = row.fields.find(column.name);
+  return field == row.fields.end() ? NOTHING : *field;
+}
+
+std::wstring CellText(const nlohmann::ordered_json& field) {
+  if (field.is_null()) return L"";
+  if (field.is_string()) return FromUTF8(field.get_ref<const std::string&>());
+  if (!field.is_array()) return FromUTF8(field.dump());
+  std::wstring text;
+  for (const auto& number : field) text += (text.empty() ? L"" : L" ") + FromUTF8(number.dump());
   return text;
+}
+
+/// A column of a table as it is shown.
+struct Cells {
+  std::wstring name;
+  bool keepsEnd;
+  std::vector<std::wstring> texts{};
+  size_t width = 0;
+  bool isNumeric = true;  ///< numbers stand below each other by their last digits
+
+  bool AreSame() const {
+    return texts.size() > 1 &&
+           std::all_of(texts.begin(), texts.end(), [&](const auto& text) { return text == texts[0]; });
+  }
+  std::wstring Fit(const std::wstring& text) const {
+    const std::wstring cell = Cut(text, width, keepsEnd);
+    const std::wstring padding(width - Width(cell), L' ');
+    return isNumeric ? padding + cell : cell + padding;
+  }
+};
+
+Cells MakeCells(const Column& column, const std::vector<Row>& rows, bool onTerminal) {
+  Cells cells{FromUTF8(column.name), column.keepsEnd};
+  cells.width = Width(cells.name);
+  for (const Row& row : rows) {
+    const nlohmann::ordered_json& field = Field(column, row);
+    if (!field.is_number() && !field.is_null()) cells.isNumeric = false;
+    const std::wstring text = CellText(field);
+    cells.texts.push_back(onTerminal ? Escape(text) : text);
+    cells.width = std::max(cells.width, Width(cells.texts.back()));
+  }
+  return cells;
+}
+
+/// Makes the columns fit into `width`. Returns the line that names those which gave way, if any did.
+std::wstring MakeFit(std::vector<Cells>& columns, size_t width) {
+  const auto total = [&] {
+    return std::accumulate(columns.begin(), columns.end(), GAP * (columns.size() - 1),
+                           [](size_t sum, const Cells& cells) { return sum + cells.width; });
+  };
+  std::wstring gone;
+  for (size_t i = columns.size(); i-- > 0 && total() > width;) {
+    if (columns.size() == 1 || !columns[i].AreSame()) continue;
+    const std::wstring& text = columns[i].texts.front();
+    if (!text.empty()) gone += (gone.empty() ? L"all rows: " : L", ") + columns[i].name + L' ' + text;
+    columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  const auto isNarrower = [](const Cells& one, const Cells& other) { return one.width < other.width; };
+  const auto main = std::max_element(columns.begin(), columns.end(), isNarrower);
+  for (size_t excess = total(); excess > width; --excess) {
+    // The others first, as long as they are not narrow.
+    auto widest = std::max_element(columns.begin(), columns.end(), [&](const Cells& one, const Cells& other) {
+      return (&one == &*main ? 0 : one.width) < (&other == &*main ? 0 : other.width);
+    });
+    if (widest->width <= NARROW) widest = std::max_element(columns.begin(), columns.end(), isNarrower);
+    if (widest->width <= NARROWEST) break;
+    --widest->width;
+  }
+  return gone;
 }
 
 }  // namespace
 
+void ChooseColumns(Table& table, const std::string& names) {
+  std::vector<Column> chosen;
+  std::istringstream list(names);
+  for (std::string name; std::getline(list, name, ',');) {
+    const auto column =
+        std::find_if(table.columns.begin(), table.columns.end(), [&](const Column& each) { return name == each.name; });
+    if (column == table.columns.end()) {
+      std::string allowed;
+      for (const Column& each : table.columns) allowed.append(allowed.empty() ? "" : ",").append(each.name);
+      throw Failure(WRONG_ARGUMENTS, "--columns: '" + name + "' is no column here; allowed are " + allowed);
+    }
+    chosen.push_back({column->name, true, true, column->keepsEnd, column->stead});
+  }
+  table.columns = chosen;
+}
+
 std::string RenderTable(const Table& table, size_t width) {
-  std::vector<std::vector<std::wstring>> lines{{}};
+  std::vector<Cells> columns;
   for (const Column& column : table.columns) {
-    lines.front().emplace_back(column.name, column.name + std::strlen(column.name));
+    if (column.isInTable) columns.push_back(MakeCells(column, table.rows, width != 0));
   }
-  lines.insert(lines.end(), table.rows.begin(), table.rows.end());
-
-  std::vector<size_t> widths(table.columns.size(), 0);
-  for (auto& line : lines) {
-    for (size_t i = 0; i < line.size(); ++i) {
-      if (width != 0) line[i] = Printable(std::move(line[i]));
-      widths[i] = std::max(widths[i], Width(line[i]));
-    }
-  }
-  // Where a line does not fit, the widest columns give way.
-  size_t total = std::accumulate(widths.begin(), widths.end(), GAP * (widths.size() - 1));
-  for (; width != 0 && total > width; --total) {
-    const auto widest = std::max_element(widths.begin(), widths.end());
-    if (*widest <= NARROWEST) break;
-    --*widest;
-  }
-
   std::string text;
-  for (const auto& line : lines) {
-    std::wstring shown;
-    for (size_t i = 0; i < line.size(); ++i) {
-      const std::wstring cell = Cut(line[i], widths[i]);
-      const std::wstring padding(widths[i] - Width(cell), L' ');
-      if (i != 0) shown.append(GAP, L' ');
-      shown.append(table.columns[i].numeric ? padding : cell).append(table.columns[i].numeric ? cell : padding);
-    }
-    shown.erase(shown.find_last_not_of(L' ') + 1);
-    text += Narrow(width == 0 ? shown : Cut(shown, width)) + '\n';
+  if (width != 0) {
+    const std::wstring gone = MakeFit(columns, width);
+    if (!gone.empty()) text = ToLocale(Cut(gone, width)) + '\n';
   }
+  const auto addLine = [&](auto cell) {
+    std::wstring line;
+    for (const Cells& cells : columns) {
+      if (&cells != &columns.front()) line.append(GAP, L' ');
+      line += cells.Fit(cell(cells));
+    }
+    line.erase(line.find_last_not_of(L' ') + 1);
+    text += ToLocale(width == 0 ? line : Cut(line, width)) + '\n';
+  };
+  addLine([](const Cells& cells) { return cells.name; });
+  for (size_t i = 0; i < table.rows.size(); ++i) addLine([i](const Cells& cells) { return cells.texts[i]; });
   return text;
 }
 
-std::string RenderCsv(const Table& table) {
+std::string RenderCsv(const Table& table, bool onTerminal) {
   std::string text;
-  const auto addCell = [&](const std::string& cell, bool first) {
-    if (!first) text += ',';
-    if (cell.find_first_of(",\"\r\n") == std::string::npos) {
-      text += cell;
-      return;
+  const auto addLine = [&](auto cell) {
+    bool isFirst = true;
+    for (const Column& column : table.columns) {
+      if (!column.isInTable) continue;
+      const std::wstring wide = cell(column);
+      const std::string narrow = ToLocale(onTerminal ? Escape(wide) : wide);
+      if (!std::exchange(isFirst, false)) text += ',';
+      if (narrow.find_first_of(",\"\r\n") == std::string::npos) {
+        text += narrow;
+        continue;
+      }
+      text += '"';
+      for (const char character : narrow) text.append(character == '"' ? 2 : 1, character);
+      text += '"';
     }
-    text += '"';
-    for (const char character : cell) text.append(character == '"' ? 2 : 1, character);
-    text += '"';
-  };
-  for (const Column& column : table.columns) addCell(column.name, &column == &table.columns.front());
-  text += "\r\n";
-  for (const auto& row : table.rows) {
-    for (const auto& cell : row) addCell(Narrow(cell), &cell == &row.front());
     text += "\r\n";
-  }
+  };
+  addLine([](const Column& column) { return FromUTF8(column.name); });
+  for (const Row& row : table.rows) addLine([&](const Column& column) { return CellText(Field(column, row)); });
   return text;
+}
+
+std::string RenderObject(const std::vector<Column>& columns, const Row& row) {
+  auto object = nlohmann::ordered_json::object();
+  for (const Column& column : columns) {
+    const auto field = row.fields.find(column.name);
+    if (column.isInJson && field != row.fields.end()) object[column.name] = *field;
+  }
+  return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 std::string RenderJson(const Table& table) {
   std::string text = "[";
-  for (const auto& row : table.rows) {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    for (size_t i = 0; i < row.size(); ++i) {
-      const Column& column = table.columns[i];
-      if (column.numeric) {
-        object[column.name] = std::wcstoll(row[i].c_str(), nullptr, 10);
-      } else {
-        object[column.name] = Narrow(row[i]);
-      }
-    }
+  for (const Row& row : table.rows) {
     text += text.size() == 1 ? "\n" : ",\n";
-    text += object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+    text += RenderObject(table.columns, row);
   }
   return text + (table.rows.empty() ? "]\n" : "\n]\n");
 }
 
-size_t TerminalWidth() {
-  if (isatty(STDOUT_FILENO) == 0) return 0;
-  winsize size{};
-  if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
-  const char* columns = std::getenv("COLUMNS");
-  const int width = columns == nullptr ? 0 : std::atoi(columns);
-  return width > 0 ? static_cast<size_t>(width) : DEFAULT_WIDTH;
-}
-
-void Print(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
-    if (written >= 0) {
-      text.remove_prefix(static_cast<size_t>(written));
-    } else if (errno == EPIPE) {
-      return;
-    } else if (errno != EINTR) {
-      throw Failure(REQUEST_FAILED, std::string("cannot write to standard output: ") + std::strerror(errno));
-    }
+void Show(const Table& table, const std::string& format) {
+  if (format == "json") {
+    Print(RenderJson(table));
+  } else if (format == "jsonl") {
+    for (const Row& row : table.rows) Print(RenderObject(table.columns, row) + '\n');
+  } else if (format == "csv") {
+    Print(RenderCsv(table, TerminalWidth() != 0));
+  } else {
+    Print(RenderTable(table, TerminalWidth()));
   }
 }
 

@@ -1,39 +1,56 @@
-/// table.h: rows of named columns, and the three forms in which they are shown.
+/// table.h: rows of named fields, and the forms in which they are shown.
 #ifndef KESTRUNE_STANDIN_TABLE_H_
 #define KESTRUNE_STANDIN_TABLE_H_
 
 #include <cstddef>
+#include <cstdint>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace standin {
 
 struct Column {
   const char* name;
-  bool numeric = false;  ///< every cell is a decimal number
+  bool isInTable = true;        ///< shown in a table and as csv unless others were asked for
+  bool isInJson = true;         ///< a member of the JSON objects unless others were asked for
+  bool keepsEnd = false;        ///< where it is cut, its end stays: a description ends with the reading
+  const char* stead = nullptr;  ///< the field that a table shows in its stead in rows that have one of this name
+};
+
+struct Row {
+  nlohmann::ordered_json fields;  ///< an object of texts in UTF-8, numbers, arrays of numbers and nulls
+  std::optional<int64_t> time{};  ///< of a log's record: seconds since 1970, where they are known
 };
 
 struct Table {
   std::vector<Column> columns;
-  std::vector<std::vector<std::wstring>> rows;  ///< one cell for each column
+  std::vector<Row> rows;
 };
 
-/// Columns side by side under a line of their names. A `width` other than 0 cuts what does not fit and shows a mark in
-/// its place; characters that would move the cursor are replaced then.
+/// Leaves the columns that `names` lists, separated by commas, in that order and all of them shown. Throws Failure
+/// (wrong arguments) for a name that is no column.
+void ChooseColumns(Table& table, const std::string& names);
+
+/// Columns side by side under a line of their names. A `width` other than 0 is that of a terminal. Where the lines are
+/// longer, the columns whose cells are all the same give way first, and are named in a line above the table; then what
+/// does not fit is cut, with a mark in its place. Nothing then moves the cursor.
 std::string RenderTable(const Table& table, size_t width);
 
-/// RFC 4180: a header line, lines ended by CR LF, quotes where a cell needs them.
-std::string RenderCsv(const Table& table);
+/// RFC 4180: a header line, lines ended by CR LF, quotes where a cell needs them. Nothing but the ends of the lines
+/// moves the cursor `onTerminal`.
+std::string RenderCsv(const Table& table, bool onTerminal);
 
-/// An array of objects, one a line. Always valid UTF-8.
+/// A JSON object, without a newline, of those of the columns that the row has. ASCII alone.
+std::string RenderObject(const std::vector<Column>& columns, const Row& row);
+
+/// An array of objects, one a line.
 std::string RenderJson(const Table& table);
 
-/// The width of the terminal that standard output is, 0 when it is none.
-size_t TerminalWidth();
-
-/// Writes to standard output. A reader that has gone ends that quietly. Throws Failure for other errors.
-void Print(std::string_view text);
+/// Shows a table on standard output as `format` says: table, csv, json, or jsonl, which is written object by object.
+/// Throws Failure.
+void Show(const Table& table, const std::string& format);
 
 }  // namespace standin
 

@@ -28,7 +28,6 @@ struct HostModule : standin::Module {
   ~HostModule();
   KESTRUNE_MODULE_NAME(DefSPConfigHandler);
   KESTRUNE_MODULE_NAME(g_SPGlobal);
-  KESTRUNE_MODULE_NAME(AppLogList);
   KESTRUNE_MODULE_NAME(selEnable);
 };
 

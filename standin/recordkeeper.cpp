@@ -1,0 +1,73 @@
+#include "standin/recordkeeper.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+
+#include "standin/failure.h"
+#include "standin/files.h"
+#include "standin/selfile.h"
+
+namespace standin {
+namespace {
+
+/// The records of a SEL log file. Throws Failure when it is none.
+std::vector<SELRecord> ParseArchive(const std::string& contents) {
+  std::vector<SELRecord> records;
+  SELLogHeader header{};
+  if (contents.size() < header.size()) throw Failure(REQUEST_FAILED, "the SEL log file has no header");
+  std::memcpy(header.data(), contents.data(), header.size());
+  const size_t size = contents.size() - header.size();
+  if (SumOf(header) != 0 || ReadLittleEndian<uint32_t>(&header[SEL_LOG_SIZE]) != contents.size() ||
+      size % sizeof(SELRecord) != 0) {
+    throw Failure(REQUEST_FAILED, "the SEL log file is damaged");
+  }
+  records.resize(size / sizeof(SELRecord));
+  std::memcpy(records.data(), contents.data() + header.size(), size);
+  return records;
+}
+
+}  // namespace
+
+std::optional<uint32_t> RecordKeeper::CountEntries() {
+  const auto count = controller_.CountEntries();
+  if (count && *count < entries_.size()) entries_.clear();  // what comes now is another log
+  return count;
+}
+
+bool RecordKeeper::ReadEntry(tagSEL_DATA& entry) {
+  const uint16_t id = entry.wRecordID;
+  if (!controller_.ReadEntry(entry)) return false;
+  if (id == 0 && !entries_.empty()) {
+    if (std::memcmp(&entry, entries_.data(), sizeof(entry)) != 0) entries_.clear();
+    next_.reset();
+  } else if (entries_.empty() ? id == 0 : id == next_) {
+    entries_.push_back(entry);
+    next_ = entry.wNextRecordID;
+  } else if (!entries_.empty() && id == entries_.back().wRecordID) {
+    next_ = entry.wNextRecordID;
+  }
+  return true;
+}
+
+std::vector<SELRecord> RecordKeeper::NewestFirst() const {
+  std::vector<SELRecord> records(entries_.size());
+  std::transform(entries_.rbegin(), entries_.rend(), records.begin(),
+                 [](const auto& entry) { return entry.abyRecord; });
+  return records;
+}
+
+std::vector<SELRecord> ReadArchive() {
+  std::vector<SELRecord> records;
+  try {
+    // Modules, too, leave a device or pipe alone, which may never end.
+    if (!std::filesystem::is_regular_file(SEL_LOG_PATH)) return records;
+    records = ParseArchive(ReadFile(SEL_LOG_PATH));
+  } catch (const std::exception&) {
+    return {};
+  }
+  std::reverse(records.begin(), records.end());
+  return records;
+}
+
+}  // namespace standin
