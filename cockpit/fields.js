@@ -7,13 +7,11 @@ const SEL_COLUMNS = {
 };
 // The rest of what a SEL record has, for the panel with all of one record.
 const OTHER_LABELS = {
-  recordId: "Record ID", timestamp: "Time in UTC", preinit: "Seconds after the controller's start",
+  recordId: "Record ID", timestamp: "Time stamp", preinit: "Seconds after the controller's start",
   generator: "Generator", sensorType: "Sensor type", sensorTypeName: "Kind of sensor", sensorNumber: "Sensor number",
   eventType: "Event type", event: "Event", data: "Event data", raw: "Raw bytes",
 };
 const HEXADECIMAL = { generator: 4, sensorType: 2, sensorNumber: 2, eventType: 2, recordId: 4 };
-const MONTHS = ["Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"];
-const DAY = 86400e3;
 
 // From the worst to the least; an event that came to its end is "information".
 export const SEVERITIES = ["non-recoverable", "critical", "non-critical", "failure", "information"];
@@ -31,36 +29,15 @@ export function visible(text) {
 
 const hex = (value, digits) => `0x${value.toString(16).toUpperCase().padStart(digits, "0")}`;
 
-// A wall-clock time is kept as the milliseconds that it would be in UTC, so that nothing depends on a zone twice.
-const INFERRED = Symbol("wall-clock time with an inferred year");
-
-// When the record happened on the wall clock: for records with a time stamp the reader's clock or that of UTC, else the
-// server's. NaN when it does not say.
+// When the record happened on the wall clock, as the milliseconds that it would be in UTC, so that nothing depends on a
+// zone twice: that of the reader or UTC for an event of the controller, that of the server, in which they are written, for
+// lines of text. NaN when it does not say.
 export function wallOf(record, utc) {
-  if (!record.timestamp) return record[INFERRED] ?? NaN;
-  const instant = new Date(record.timestamp);
+  const { timestamp } = record;
+  if (!timestamp) return NaN;
+  if (!timestamp.endsWith("Z")) return Date.parse(`${timestamp.slice(0, 19)}Z`);
+  const instant = new Date(timestamp);
   return instant.getTime() - (utc ? 0 : instant.getTimezoneOffset() * 60e3);
-}
-
-// Gives records that name a day without a year the latest year that fits. They come newest first, so a day that is later
-// than the one before it lies a year earlier.
-export class YearFinder {
-  #latest = Date.now() + DAY;
-
-  add(record) {
-    const month = MONTHS.indexOf((record.date ?? "").slice(0, 3));
-    const [hour, minute, second] = (record.time ?? "").split(":").map(Number);
-    const day = Number((record.date ?? "").slice(4));
-    if (month < 0 || !day || !Number.isFinite(hour + minute + second)) return;
-    let year = new Date(this.#latest).getUTCFullYear();
-    const at = () => Date.UTC(year, month, day, hour, minute, second);
-    // A day of tolerance: lines of one log may stand a little out of order.
-    const fits = () => at() <= this.#latest + DAY && new Date(at()).getUTCMonth() === month;
-    for (let tries = 0; tries < 9 && !fits(); ++tries) --year; // February 29 may be eight years away
-    if (!fits()) return;
-    record[INFERRED] = at();
-    this.#latest = at();
-  }
 }
 
 export const wallDate = (wall) => new Date(wall).toISOString().slice(0, 10);
@@ -68,8 +45,8 @@ export const wallTime = (wall) => new Date(wall).toISOString().slice(11, 19);
 
 // What stands in a column of the table, and in a search.
 export function shown(record, field, utc) {
-  if (record.timestamp && field === "date") return wallDate(wallOf(record, utc));
-  if (record.timestamp && field === "time") return wallTime(wallOf(record, utc));
+  if (record.timestamp?.endsWith("Z") && field === "date") return wallDate(wallOf(record, utc));
+  if (record.timestamp?.endsWith("Z") && field === "time") return wallTime(wallOf(record, utc));
   return visible(String(record[field] ?? ""));
 }
 

@@ -1,5 +1,7 @@
 // hostcommand.js: runs kestrune-host on the server, and puts into words why that failed.
 
+import { isSEL } from "./fields.js";
+
 const cockpit = window.cockpit;
 
 const LOST = "The connection to the server is lost. Reload the page to connect again.";
@@ -56,8 +58,22 @@ export async function readCatalogue() {
   return JSON.parse(output);
 }
 
+// What is asked for beside the log: all that kestrune-host knows of an event, and of a line of text also its year.
+const columnsFor = (log) => (isSEL(log) ? [] : ["--columns", "timestamp,date,time,host,source,message"]);
+
 // Records `first` to `last` of a log, counted from the newest, which is 1, and what kestrune-host noted.
 export async function readRange(log, first, last, signal) {
-  const { output, notes } = await runHost(["show", log, "--lines", `${first}-${last}`, "--format", "json"], { signal });
+  const { output, notes } = await runHost(
+    ["show", log, "--lines", `${first}-${last}`, "--format", "json", ...columnsFor(log)], { signal });
   return { records: JSON.parse(output), notes };
+}
+
+// All records of a log, newest first, which onRecords gets as they come in.
+export async function readAll(log, signal, onRecords) {
+  let rest = "";
+  await runHost(["show", log, "--format", "jsonl", ...columnsFor(log)], { signal, onOutput: (text) => {
+    const lines = (rest + text).split("\n");
+    rest = lines.pop();
+    onRecords(lines.map((line) => JSON.parse(line)));
+  } });
 }

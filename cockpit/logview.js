@@ -19,10 +19,12 @@ const REDRAW = 300; // at least so many ms between two looks at a log that is co
 export class LogView {
   name = null; // of the open log
   #count = 0;
-  #fresh = 0; // records that came in since it was opened
+  #fresh = 0; // how many records came in since it was opened
+  #seen = new Set(); // the newest page when it was opened: a new line may stand below one of the same second
   #skipped = 0; // those of them that the pages leave out, so that no page moves under the reader's eyes
   #whole = null;
   #ending = null; // ends what is read for this log
+  #failed = null; // the page that could not be read
   #turns = 0; // of two pages asked for, the one asked for last is shown
   #redraw = null;
 
@@ -56,21 +58,20 @@ export class LogView {
   async open({ name, records, note }) {
     this.close();
     this.name = name;
-    this.#count = records ?? 0;
+    this.#count = records;
     this.#fresh = this.#skipped = 0;
+    this.#failed = null;
     this.#ending = new AbortController();
-    this.#whole = new WholeLog(name, this.#ending.signal, () => this.#cameIn());
+    const { signal } = this.#ending;
+    this.#whole = new WholeLog(name, signal, () => this.#cameIn());
     this.#filter.reset(name);
     find("log").hidden = false;
     find("log-name").textContent = titleOf(name);
     this.#showCount();
-    if (records === null || records === undefined) {
-      alert("log", "warning", `The server does not offer the log ${titleOf(name)}${note ? `: ${visible(note)}` : "."}`);
-      this.#paging.show(1, 0);
-      return;
-    }
+    if (records === 0 && note) alert("gone", "warning", `The log ${titleOf(name)} has no records: ${visible(note)}`);
+    if (records === 0) return this.#showEmpty();
     await this.#turn(1);
-    if (this.#ending.signal.aborted || this.#count === 0) return;
+    if (signal.aborted) return;
     if (this.#count <= UNASKED) await this.#readWhole();
     else if (!this.#whole.isReading) this.#chart.offer(this.#count);
   }
@@ -86,20 +87,26 @@ export class LogView {
     this.#chart.clear();
     find("fresh").replaceChildren();
     find("progress").hidden = true;
-    clearAlert("log");
-    clearAlert("notes");
+    for (const topic of ["log", "notes", "gone"]) clearAlert(topic);
   }
 
-  // Takes in how many records the log has now; null when it is not offered any more.
+  #showEmpty() {
+    this.#paging.show(1, 0);
+    this.#table.show(this.name, [], { ...this.#options, empty: "No records." });
+  }
+
+  // Takes in how many records the log has now, and why, where that is none. What was read stays to be seen when it is gone.
   async update({ records, note }) {
-    if (records === null || records === undefined) {
-      if (this.#count > 0) {
-        alert("log", "warning", `The log ${titleOf(this.name)} is gone${note ? `: ${visible(note)}` : "."}`);
-      }
+    if (records === 0 && note) {
+      if (this.#count > 0) alert("gone", "warning", `The log ${titleOf(this.name)} is gone: ${visible(note)}`);
       return;
     }
+    clearAlert("gone");
     const growth = records - this.#count;
-    if (growth === 0) return;
+    if (growth === 0) {
+      if (this.#failed !== null) await this.#turn(this.#failed); // perhaps it can be read again
+      return;
+    }
     if (growth < 0) {
       await this.open({ name: this.name, records, note });
       alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
@@ -138,30 +145,39 @@ export class LogView {
       if (turn !== this.#turns) return;
       clearAlert("log");
       this.#paging.show(page, this.#count - this.#skipped);
-      this.#table.show(this.name, records, { ...this.#options, fresh: Math.max(0, this.#fresh - first + 1),
-        empty: "No records." });
+      if (this.#fresh === 0 && page === 1) this.#seen = new Set(records.map((record) => JSON.stringify(record)));
+      this.#table.show(this.name, records, { ...this.#options, empty: "No records.",
+        isFresh: (record, index) => this.#isFresh(record, index + first - 1) });
       this.#showFresh();
       if (notes) alert("notes", "info", `kestrune-host notes about the log ${titleOf(this.name)}:`, notes);
       else clearAlert("notes");
+      this.#failed = null;
       if (records.length === 0 && this.#count > 0) {
-        alert("log", "warning", `The log ${titleOf(this.name)} has no such page any more: it is gone, or became shorter.`);
+        alert("gone", "warning", `The log ${titleOf(this.name)} has no such page any more: it is gone, or became shorter.`);
+        this.#failed = page;
         this.onGone();
       }
     } catch (error) {
+      if (turn === this.#turns) this.#failed = page;
       this.#fail(error, page);
     } finally {
       if (turn === this.#turns) find("table").setAttribute("aria-busy", "false");
     }
   }
 
+  // Whether a record, at a place in the log, came in since it was opened.
+  #isFresh(record, place) {
+    return this.#fresh > 0 && place < this.#fresh + PAGE_SIZE && !this.#seen.has(JSON.stringify(record));
+  }
+
   // Shows what of the whole log the filter lets through, or as much of it as there is.
   #showMatches(page) {
     const matches = this.#filter.apply(this.name, this.#whole.records);
-    const fresh = new Set(this.#whole.records.slice(0, this.#fresh));
+    const places = new Map(this.#whole.records.slice(0, this.#fresh + PAGE_SIZE).map((record, place) => [record, place]));
     const first = (page - 1) * PAGE_SIZE;
-    const slice = matches.slice(first, first + PAGE_SIZE);
     this.#paging.show(page, matches.length);
-    this.#table.show(this.name, slice, { ...this.#options, fresh: slice.filter((record) => fresh.has(record)).length,
+    this.#table.show(this.name, matches.slice(first, first + PAGE_SIZE), { ...this.#options,
+      isFresh: (record) => this.#isFresh(record, places.get(record) ?? Infinity),
       empty: this.#whole.isComplete ? "No record matches." : "No record matches so far." });
     this.#showCount(matches.length);
   }

@@ -9,7 +9,7 @@ import { LogView } from "./logview.js";
 import { WriteForm } from "./writeform.js";
 
 const cockpit = window.cockpit;
-const PAUSE = 5000; // ms between two looks at the catalogue...
+const PAUSE = 3000; // ms between two looks at the catalogue...
 const SHARE = 10; // ...or so many times as long as a look takes, where that is longer
 
 let logs = [];
@@ -42,8 +42,10 @@ async function look() {
   isLooking = true;
   clearTimeout(timer);
   const begun = performance.now();
+  let pause = PAUSE;
   try {
     logs = await readCatalogue();
+    pause = Math.max(PAUSE, SHARE * (performance.now() - begun));
     clearAlert("catalogue");
     catalogue.show(logs, view.name);
     const open = logs.find((log) => log.name === view.name);
@@ -53,7 +55,6 @@ async function look() {
     fail("catalogue", "The list of logs could not be read.", error, look);
   }
   isLooking = false;
-  const pause = Math.max(PAUSE, SHARE * (performance.now() - begun));
   if (inView() && !isLost) timer = setTimeout(look, pause);
 }
 

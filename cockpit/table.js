@@ -15,9 +15,9 @@ export class Table {
     this.onOpen = onOpen;
   }
 
-  // Shows records of a log, of which the first `fresh` came in while the reader looks. Rows that stay are kept, and so is
-  // the focus; when its row is gone, it goes to the nearest.
-  show(log, records, { utc = false, fresh = 0, caption = "", empty = "" }) {
+  // Shows records of a log; isFresh tells of a record and its place among these whether it came in while the reader looks.
+  // Rows that stay are kept, and so is the focus; when its row is gone, it goes to the nearest.
+  show(log, records, { utc = false, isFresh = () => false, caption = "", empty = "" }) {
     if (this.#body === null || log !== this.#log) this.#makeTable(log);
     const focused = document.activeElement;
     const place = [...this.#body.rows].indexOf(focused?.closest?.("tr"));
@@ -28,7 +28,7 @@ export class Table {
       const key = JSON.stringify(record);
       const row = kept.get(key) ?? this.#makeRow(record, key);
       kept.delete(key); // a record that is there twice has two rows
-      this.#markFresh(row, index < fresh);
+      this.#markFresh(row, isFresh(record, index));
       return row;
     });
     this.#body.replaceChildren(...(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]));

@@ -1,8 +1,7 @@
 // wholelog.js: all of one log, for what needs all of it: chart, search and download. It is read in the background, as
 // kestrune-host writes it, and then kept up to date with what is new.
 
-import { YearFinder } from "./fields.js";
-import { readRange, runHost } from "./hostcommand.js";
+import { readAll, readRange } from "./hostcommand.js";
 
 export class WholeLog {
   records = []; // newest first
@@ -31,23 +30,10 @@ export class WholeLog {
   }
 
   async #readAll() {
-    const records = [];
-    const years = new YearFinder();
-    let rest = "";
-    this.records = records;
-    await runHost(["show", this.#log, "--format", "jsonl"], {
-      signal: this.#signal,
-      onOutput: (text) => {
-        const lines = (rest + text).split("\n");
-        rest = lines.pop();
-        for (const line of lines) {
-          if (line === "") continue;
-          const record = JSON.parse(line);
-          years.add(record);
-          records.push(record);
-        }
-        this.#onProgress();
-      },
+    const records = (this.records = []);
+    await readAll(this.#log, this.#signal, (more) => {
+      for (const record of more) records.push(record);
+      this.#onProgress();
     });
     this.isComplete = true;
     this.#onProgress();
@@ -63,8 +49,6 @@ export class WholeLog {
     const follows = known === undefined ? records.length === count
       : records.length === count + 1 && JSON.stringify(records.pop()) === JSON.stringify(known);
     if (follows) {
-      const years = new YearFinder();
-      records.forEach((record) => years.add(record));
       this.records = [...records, ...this.records];
       this.#onProgress();
     } else {

@@ -89,17 +89,17 @@ user 3 true "boss" "mighty" admin 10 {methods}
 def install_command(host, options):
     """Has `kestrune-host` be the built one, `host`, with options before those that the page gives."""
     words = " ".join(f"'{word}'" for word in [host, *options])
-    write("/tmp/bin/kestrune-host", f"#!/bin/sh\nexec {words} \"$@\"\n", 0o755)
+    write("/tmp/bin/kestrune-host", f"#!/bin/sh\nPATH=/usr/sbin:/usr/bin:/sbin:/bin exec {words} \"$@\"\n", 0o755)
 
 
-def serve(port, **options):
-    """Starts cockpit-ws on a loopback port, with the page and no log-in."""
+def serve(port):
+    """Starts cockpit-ws on a loopback port, with the page and no log-in. No other kestrune-host is found."""
     os.makedirs("/tmp/share/cockpit", exist_ok=True)
     if not os.path.islink("/tmp/share/cockpit/kestrune"):
         os.symlink(ROOT / "cockpit", "/tmp/share/cockpit/kestrune")
-    environment = dict(os.environ, XDG_DATA_HOME="/tmp/share", PATH="/tmp/bin:" + os.environ["PATH"], HOME="/tmp")
-    return subprocess.Popen(["/usr/lib/cockpit/cockpit-ws", "--local-session", "cockpit-bridge", "--address",
-                             "127.0.0.1", "--port", str(port)], env=environment, **options)
+    return subprocess.Popen(["/usr/lib/cockpit/cockpit-ws", "--local-session", "/usr/bin/cockpit-bridge", "--address",
+                             "127.0.0.1", "--port", str(port)], stderr=subprocess.DEVNULL,
+                            env=dict(os.environ, XDG_DATA_HOME="/tmp/share", PATH="/tmp/bin", HOME="/tmp"))
 
 
 def address(port):
@@ -116,7 +116,7 @@ def main():
     if arguments.ipmi_sim:
         options = simulate_controller()[1]
     install_command(arguments.host, options)
-    server = serve(arguments.port, stderr=subprocess.DEVNULL)
+    server = serve(arguments.port)
     try:
         print(f"\nThe page: {address(arguments.port)}\nCtrl-C ends it.", flush=True)
         return server.wait()
