@@ -39,7 +39,7 @@ export class Catalogue {
     const { button, count, note } = this.#entries.get(log.name);
     const text = (node, words) => node.textContent === words || (node.textContent = words);
     text(count, records(log.records));
-    text(note, visible(log.note ?? ""));
+    text(note, visible(log.note ?? "")); // the list shows its beginning, the log when it is open all of it
     if (isChosen) button.setAttribute("aria-current", "page");
     else button.removeAttribute("aria-current");
   }

@@ -8,6 +8,7 @@ import argparse
 import json
 import os
 import pathlib
+import socket
 import struct
 import subprocess
 import time
@@ -104,6 +105,27 @@ def serve(port):
 
 def address(port):
     return f"http://127.0.0.1:{port}/cockpit/@localhost/kestrune/index.html"
+
+
+def free_port():
+    with socket.socket() as tried:
+        tried.bind(("127.0.0.1", 0))
+        return tried.getsockname()[1]
+
+
+def start_browser():
+    """A browser without a window, for those who test or measure the page."""
+    from selenium import webdriver  # to serve the page it is not needed
+    from selenium.webdriver.chrome.service import Service
+    options = webdriver.ChromeOptions()
+    for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu", "--hide-scrollbars",
+                     "--user-data-dir=/tmp/browser", "--lang=en-GB"):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
+    browser.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": "/tmp/downloads"})
+    browser.execute_cdp_cmd("Browser.grantPermissions", {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
+    return browser
 
 
 def main():
