@@ -24,6 +24,7 @@ export class LogView {
   #skipped = 0; // those of them that the pages leave out, so that no page moves under the reader's eyes
   #whole = null;
   #ending = null; // ends what is read for this log
+  #newest = null; // the newest record, as JSON, when it was looked for last
   #failed = null; // the page that could not be read
   #turns = 0; // of two pages asked for, the one asked for last is shown
   #redraw = null;
@@ -60,7 +61,7 @@ export class LogView {
     this.name = name;
     this.#count = records;
     this.#fresh = this.#skipped = 0;
-    this.#failed = null;
+    this.#failed = this.#newest = null;
     this.#ending = new AbortController();
     const { signal } = this.#ending;
     this.#whole = new WholeLog(name, signal, () => this.#cameIn());
@@ -102,11 +103,12 @@ export class LogView {
       return;
     }
     clearAlert("gone");
-    const growth = records - this.#count;
-    if (growth === 0) {
-      if (this.#failed !== null) await this.#turn(this.#failed); // perhaps it can be read again
+    if (records === this.#count && this.#failed !== null) {
+      await this.#turn(this.#failed); // perhaps it can be read again
       return;
     }
+    const growth = records === this.#count ? await this.#countOverwriting() : records - this.#count;
+    if (growth === 0) return;
     if (growth < 0) {
       await this.open({ name: this.name, records, note });
       alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
@@ -122,8 +124,22 @@ export class LogView {
     } else if (!this.#filter.isOn) {
       await this.#turn(1);
     }
-    const work = this.#whole.isReading || this.#whole.isComplete ? this.#whole.catchUp(growth) : null;
+    const work = this.#whole.isReading || this.#whole.isComplete ? this.#whole.catchUp(growth, records) : null;
     await work?.catch((error) => this.#fail(error));
+  }
+
+  // How many new records there are in a log that is as long as it was: a full one loses its oldest for each of them.
+  async #countOverwriting() {
+    try {
+      const { records } = await readRange(this.name, 1, PAGE_SIZE, this.#ending.signal);
+      const keys = records.map((record) => JSON.stringify(record));
+      const place = this.#newest === null ? 0 : keys.indexOf(this.#newest);
+      this.#newest = keys[0] ?? null;
+      return place < 0 ? keys.length : place;
+    } catch (error) {
+      this.#fail(error);
+      return 0;
+    }
   }
 
   get #options() {
@@ -145,7 +161,9 @@ export class LogView {
       if (turn !== this.#turns) return;
       clearAlert("log");
       this.#paging.show(page, this.#count - this.#skipped);
-      if (this.#fresh === 0 && page === 1) this.#seen = new Set(records.map((record) => JSON.stringify(record)));
+      const keys = records.map((record) => JSON.stringify(record));
+      if (first === 1) this.#newest = keys[0] ?? null;
+      if (first === 1 && this.#fresh === 0) this.#seen = new Set(keys);
       this.#table.show(this.name, records, { ...this.#options, empty: "No records.",
         isFresh: (record, index) => this.#isFresh(record, index + first - 1) });
       this.#showFresh();

@@ -10,7 +10,7 @@ import { WriteForm } from "./writeform.js";
 
 const cockpit = window.cockpit;
 const PAUSE = 3000; // ms between two looks at the catalogue...
-const SHARE = 10; // ...or so many times as long as a look takes, where that is longer
+const SHARE = 10; // ...or so many times as long as reading it takes, where that is longer
 
 let logs = [];
 let timer = null;

@@ -39,9 +39,9 @@ export class WholeLog {
     this.#onProgress();
   }
 
-  // Takes in the `count` newest records. One more is read, to see that they follow on what is here; if they do not, or
-  // what is here is still coming in, all of it is read again.
-  async catchUp(count) {
+  // Takes in the `count` newest records of a log that has `length` by now: a full one loses its oldest. One more is read,
+  // to see that they follow on what is here; if they do not, or what is here is still coming in, all of it is read again.
+  async catchUp(count, length) {
     await this.#reading;
     if (!this.isComplete) return;
     const { records } = await readRange(this.#log, 1, count + 1, this.#signal);
@@ -49,7 +49,7 @@ export class WholeLog {
     const follows = known === undefined ? records.length === count
       : records.length === count + 1 && JSON.stringify(records.pop()) === JSON.stringify(known);
     if (follows) {
-      this.records = [...records, ...this.records];
+      this.records = [...records, ...this.records].slice(0, length);
       this.#onProgress();
     } else {
       this.isComplete = false;

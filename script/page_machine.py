@@ -83,7 +83,7 @@ user 3 true "boss" "mighty" admin 10 {methods}
             break
         time.sleep(0.1)
     write("/tmp/sim/password", "secret\n", 0o600)
-    return process, ["--ipmi", f"127.0.0.1:{IPMI_PORT}", "--ipmi-user", "reader", "--ipmi-timeout", "3",
+    return process, ["--ipmi", f"127.0.0.1:{IPMI_PORT}", "--ipmi-user", "reader", "--ipmi-timeout", "2",
                      "--ipmi-password-file", "/tmp/sim/password"]
 
 
