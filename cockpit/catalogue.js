@@ -12,6 +12,7 @@ export const titleOf = (name) => TITLES[name] ?? name;
 export const shortTitleOf = (name) => SHORT[name] ?? titleOf(name);
 
 export class Catalogue {
+  #list;
   #entries = new Map(); // by name: the parts of an entry that change
 
   // onOpen gets the name of the log that the reader chose.
@@ -20,7 +21,6 @@ export class Catalogue {
     this.onOpen = onOpen;
     find("catalogue").append(this.#list);
   }
-  #list;
 
   // Shows the logs, as readCatalogue() tells them. Entries that stay keep the focus.
   show(logs, chosen) {

@@ -1,5 +1,6 @@
-// chart.js: how many records there were when, as bars; those of a SEL are stacked by severity. A click on a bar, or Enter
-// on it, narrows the table to its time. The bars are one stop of the tab key, and the arrow keys go from bar to bar.
+// chart.js: how many records there were when, as bars; those of a SEL are stacked by severity. A click on a bar, or
+// Enter on it, narrows the table to its time. The bars are one stop of the tab key, and the arrow keys go from bar to
+// bar.
 
 import { find, make, makeSVG, number, records as recordsOf } from "./elements.js";
 import { SEVERITIES, isSEL, wallDate, wallOf, wallTime } from "./fields.js";
@@ -59,11 +60,13 @@ function roundUp(value) {
 }
 
 export class Chart {
+  #area;
+  #head;
   #drawn = null; // what was drawn last, to draw it again when the window changes
   #focus = null; // the start of the bar that the tab key goes to
 
-  // onNarrow gets the beginning and the end of a bar, onWiden is called to see all of it again, onRead to read a log that
-  // is too long to be read unasked.
+  // onNarrow gets the beginning and the end of a bar, onWiden is called to see all of it again, onRead to read a log
+  // that is too long to be read unasked.
   constructor({ onNarrow, onWiden, onRead }) {
     Object.assign(this, { onNarrow, onWiden, onRead });
     this.#area = make("div", { class: "chart-area" });
@@ -71,8 +74,6 @@ export class Chart {
     find("chart").append(this.#head, this.#area);
     new ResizeObserver(() => this.#drawn && this.show(...this.#drawn)).observe(find("chart"));
   }
-  #area;
-  #head;
 
   // Offers to read a log that is too long to be read unasked.
   offer(count) {

@@ -29,9 +29,9 @@ export function visible(text) {
 
 const hex = (value, digits) => `0x${value.toString(16).toUpperCase().padStart(digits, "0")}`;
 
-// When the record happened on the wall clock, as the milliseconds that it would be in UTC, so that nothing depends on a
-// zone twice: that of the reader or UTC for an event of the controller, that of the server, in which they are written, for
-// lines of text. NaN when it does not say.
+// When the record happened on the wall clock, as the milliseconds that it would be in UTC, so that nothing depends on
+// a zone twice: that of the reader or UTC for an event of the controller, that of the server, in which they are
+// written, for lines of text. NaN when it does not say.
 export function wallOf(record, utc) {
   const { timestamp } = record;
   if (!timestamp) return NaN;

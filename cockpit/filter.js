@@ -8,6 +8,13 @@ const DELAY = 250; // between the last key and the search, in ms
 const format = (wall) => new Date(wall).toISOString().slice(0, 19);
 
 export class Filter {
+  #search;
+  #from;
+  #until;
+  #asserted;
+  #zone;
+  #clear;
+  #selOnly;
   utc = false;
 
   // onChange is called when the reader changed what is wanted, onZone when it is the zone alone.
@@ -42,13 +49,6 @@ export class Filter {
       this.#selOnly, this.#clear);
     find("filter").addEventListener("submit", (event) => event.preventDefault());
   }
-  #search;
-  #from;
-  #until;
-  #asserted;
-  #zone;
-  #clear;
-  #selOnly;
 
   // Wants everything of a log again.
   reset(log) {

@@ -17,11 +17,16 @@ const UNASKED = 20000; // logs of up to so many records are read whole, after th
 const REDRAW = 300; // at least so many ms between two looks at a log that is coming in
 
 export class LogView {
+  #table;
+  #paging;
+  #detail;
+  #filter;
+  #chart;
   name = null; // of the open log
   #count = 0;
   #fresh = 0; // how many records came in since it was opened
-  #seen = new Set(); // the newest page when it was opened: a new line may stand below one of the same second
   #skipped = 0; // those of them that the pages leave out, so that no page moves under the reader's eyes
+  #seen = new Set(); // the newest page when it was opened: a new line may stand below one of the same second
   #whole = null;
   #ending = null; // ends what is read for this log
   #newest = null; // the newest record, as JSON, when it was looked for last
@@ -49,11 +54,6 @@ export class LogView {
     });
     for (const form of ["csv", "json"]) find(`download-${form}`).addEventListener("click", () => this.#download(form));
   }
-  #table;
-  #paging;
-  #detail;
-  #filter;
-  #chart;
 
   // Opens a log of the catalogue at its newest records.
   async open({ name, records, note }) {
@@ -96,7 +96,8 @@ export class LogView {
     this.#table.show(this.name, [], { ...this.#options, empty: "No records." });
   }
 
-  // Takes in how many records the log has now, and why, where that is none. What was read stays to be seen when it is gone.
+  // Takes in how many records the log has now, and why, where that is none. What was read stays to be seen when it is
+  // gone.
   async update({ records, note }) {
     if (records === 0 && note) {
       if (this.#count > 0) alert("gone", "warning", `The log ${titleOf(this.name)} is gone: ${visible(note)}`);
@@ -171,7 +172,8 @@ export class LogView {
       else clearAlert("notes");
       this.#failed = null;
       if (records.length === 0 && this.#count > 0) {
-        alert("gone", "warning", `The log ${titleOf(this.name)} has no such page any more: it is gone, or became shorter.`);
+        alert("gone", "warning",
+          `The log ${titleOf(this.name)} has no such page any more: it is gone, or became shorter.`);
         this.#failed = page;
         this.onGone();
       }
@@ -191,7 +193,8 @@ export class LogView {
   // Shows what of the whole log the filter lets through, or as much of it as there is.
   #showMatches(page) {
     const matches = this.#filter.apply(this.name, this.#whole.records);
-    const places = new Map(this.#whole.records.slice(0, this.#fresh + PAGE_SIZE).map((record, place) => [record, place]));
+    const newest = this.#whole.records.slice(0, this.#fresh + PAGE_SIZE);
+    const places = new Map(newest.map((record, place) => [record, place]));
     const first = (page - 1) * PAGE_SIZE;
     this.#paging.show(page, matches.length);
     this.#table.show(this.name, matches.slice(first, first + PAGE_SIZE), { ...this.#options,

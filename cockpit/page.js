@@ -81,8 +81,8 @@ find("write").addEventListener("click", () => form.open());
 const administrator = cockpit.permission({ admin: true });
 administrator.addEventListener("changed", () => {
   if (administrator.allowed === false) {
-    alert("access", "info", "You read without administrative access: logs that only root may read are missing or empty. " +
-      "Turn on administrative access in Cockpit to see them.");
+    alert("access", "info", "You read without administrative access: logs that only root may read are missing or " +
+      "empty. Turn on administrative access in Cockpit to see them.");
   } else {
     clearAlert("access");
   }

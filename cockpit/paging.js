@@ -5,6 +5,9 @@ import { find, make, number } from "./elements.js";
 export const PAGE_SIZE = 50;
 
 export class Paging {
+  #input;
+  #total;
+  #range;
   page = 1;
   pages = 1;
   #buttons = {};
@@ -25,12 +28,9 @@ export class Paging {
       this.#input, this.#total,
       button("next", "Older page", () => this.page + 1), button("last", "Oldest page", () => this.pages));
   }
-  #input;
-  #total;
-  #range;
 
-  // Shows that page `page` of `count` records is there. The buttons that lead nowhere stay focusable, so that the focus is
-  // not lost at the ends.
+  // Shows that page `page` of `count` records is there. The buttons that lead nowhere stay focusable, so that the
+  // focus is not lost at the ends.
   show(page, count) {
     this.pages = Math.max(1, Math.ceil(count / PAGE_SIZE));
     this.page = page;

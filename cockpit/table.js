@@ -5,6 +5,7 @@ import { find, make } from "./elements.js";
 import { columnsOf, shown } from "./fields.js";
 
 export class Table {
+  #caption;
   #body = null;
   #log = null;
   #utc = false;
@@ -15,8 +16,8 @@ export class Table {
     this.onOpen = onOpen;
   }
 
-  // Shows records of a log; isFresh tells of a record and its place among these whether it came in while the reader looks.
-  // Rows that stay are kept, and so is the focus; when its row is gone, it goes to the nearest.
+  // Shows records of a log; isFresh tells of a record and its place among these whether it came in while the reader
+  // looks. Rows that stay are kept, and so is the focus; when its row is gone, it goes to the nearest.
   show(log, records, { utc = false, isFresh = () => false, caption = "", empty = "" }) {
     if (this.#body === null || log !== this.#log) this.#makeTable(log);
     const focused = document.activeElement;
@@ -39,7 +40,6 @@ export class Table {
     }
     this.#markOpen();
   }
-  #caption;
 
   clear() {
     this.#body = null;

@@ -1,5 +1,5 @@
-// theme.js: light or dark, as the reader chose in Cockpit's menu, or else as the system says. It is loaded first, so that
-// a dark page does not flash white.
+// theme.js: light or dark, as the reader chose in Cockpit's menu, or else as the system says. It is loaded first, so
+// that a dark page does not flash white.
 
 const CHOICE = "shell:style"; // where Cockpit keeps it: "light", "dark", or "auto"
 const system = window.matchMedia("(prefers-color-scheme: dark)");

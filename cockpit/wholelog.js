@@ -39,8 +39,9 @@ export class WholeLog {
     this.#onProgress();
   }
 
-  // Takes in the `count` newest records of a log that has `length` by now: a full one loses its oldest. One more is read,
-  // to see that they follow on what is here; if they do not, or what is here is still coming in, all of it is read again.
+  // Takes in the `count` newest records of a log that has `length` by now: a full one loses its oldest. One more is
+  // read, to see that they follow on what is here; if they do not, or what is here is still coming in, all of it is
+  // read again.
   async catchUp(count, length) {
     await this.#reading;
     if (!this.isComplete) return;

@@ -6,6 +6,10 @@ import { runHost } from "./hostcommand.js";
 const LEVELS = ["Plain", "Note", "Warning", "Critical"];
 
 export class WriteForm {
+  #level;
+  #text;
+  #result;
+  #send;
   // onWritten is called when a message was written.
   constructor(onWritten) {
     this.onWritten = onWritten;
@@ -19,13 +23,10 @@ export class WriteForm {
       make("label", { class: "field" }, make("span", {}, "Text"), this.#text),
       this.#result,
       make("div", { class: "buttons" }, this.#send,
-        make("button", { type: "button", class: "button plain", onclick: () => find("write-dialog").close() }, "Close")));
+        make("button", { type: "button", class: "button plain", onclick: () => find("write-dialog").close() },
+          "Close")));
     find("write-dialog").append(form);
   }
-  #level;
-  #text;
-  #result;
-  #send;
 
   open() {
     this.#result.replaceChildren();

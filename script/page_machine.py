@@ -66,8 +66,8 @@ endlan
 user 2 true "reader" "secret" user 10 {methods}
 user 3 true "boss" "mighty" admin 10 {methods}
 """)
-    commands = ["mc_setbmc 0x20", "mc_add 0x20 0 no-device-sdrs 0x23 9 8 0x9f 0x1291 0xf02", "sel_enable 0x20 1000 0x0a",
-                "mc_enable 0x20"]
+    commands = ["mc_setbmc 0x20", "mc_add 0x20 0 no-device-sdrs 0x23 9 8 0x9f 0x1291 0xf02",
+                "sel_enable 0x20 1000 0x0a", "mc_enable 0x20"]
     for sensor in json.loads((SAMPLE / "sensors.json").read_text())["sensors"]:
         commands.append(f"main_sdr_add 0x20 {spaced(sensor_record(sensor))}")
     write("/tmp/sim/commands", "\n".join(commands) + "\n")
@@ -75,7 +75,8 @@ user 3 true "boss" "mighty" admin 10 {methods}
     quiet = {"stdin": subprocess.DEVNULL, "stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
     process = subprocess.Popen(["ipmi_sim", "-n", "-c", "/tmp/sim/lan.conf", "-f", "/tmp/sim/commands",
                                 "-s", "/tmp/sim/state"], **quiet)
-    tool = ["ipmitool", "-I", "lanplus", "-C", "3", "-H", "127.0.0.1", "-p", str(IPMI_PORT), "-U", "boss", "-P", "mighty"]
+    tool = ["ipmitool", "-I", "lanplus", "-C", "3", "-H", "127.0.0.1", "-p", str(IPMI_PORT), "-U", "boss",
+            "-P", "mighty"]
     now = spaced(struct.pack("<I", int(time.time())))
     write("/tmp/sim/records", "".join(map(adding, sample_records())) + f"raw 0x0a 0x49 {now}\n")
     for _ in range(50):
@@ -124,7 +125,8 @@ def start_browser():
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
     browser = webdriver.Chrome(options=options, service=Service("/usr/bin/chromedriver"))
     browser.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": "/tmp/downloads"})
-    browser.execute_cdp_cmd("Browser.grantPermissions", {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
+    browser.execute_cdp_cmd("Browser.grantPermissions",
+                            {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
     return browser
 
 
