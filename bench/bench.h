@@ -48,6 +48,9 @@ struct Pair {
   double MedianRatio();  ///< of ROUNDS
 };
 
+/// Prints a row of the table: the ratio, and whether it meets the goal, which is an upper bound unless `atLeast`.
+void Row(const char* work, const char* against, double ratio, double goal, bool atLeast = false);
+
 /// Bytes from operator new, the module's included.
 struct MemoryUse {
   int64_t peak;
@@ -55,8 +58,7 @@ struct MemoryUse {
 };
 MemoryUse CountMemory(const std::function<void()>& run);
 
-// ---- material.cpp: logs that look like real ones, the same in every run, and the floor of a reply
-// ---------------------
+// ---- material.cpp: logs that look like real ones, the same in every run, and the floor of a reply ------------------
 
 /// Sizes of the logs: lines of the text log, records of the SEL.
 using Sizes = std::array<size_t, 3>;
@@ -101,8 +103,7 @@ inline constexpr uint32_t HOST_SENSOR_BASE = 0x2000;
 /// Makes this the log of the controller, which is there from the first call on.
 void SetEventLog(std::vector<SELRecord> records);
 
-// ---- routines.cpp, plainline.cpp: the module's routines, as they stand in its objects
-// --------------------------------
+// ---- routines.cpp, plainline.cpp: the module's routines, as they stand in its objects ------------------------------
 
 /// Times over those of the reference.
 struct RoutineRatios {
@@ -115,8 +116,7 @@ RoutineRatios MeasureRoutines();
 /// The plain way to do what FormatSELLine does, for a record whose sensor the host has a name for.
 void FormatPlainLine(const SELRecord* record, char* line);
 
-// ---- requests.cpp: whole requests to the built module
-// ----------------------------------------------------------------
+// ---- requests.cpp: whole requests to the built module --------------------------------------------------------------
 
 /// Loads the module and starts it. It stays until the process ends.
 void StartModule(const char* path);

@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <new>
 
@@ -92,6 +93,13 @@ double Pair::MedianRatio() {
   std::vector<double> ratios(ROUNDS);
   for (double& ratio : ratios) ratio = Ratio();
   return Median(ratios);
+}
+
+void Row(const char* work, const char* against, double ratio, double goal, bool atLeast) {
+  const char* verdict = (atLeast ? ratio >= goal : ratio <= goal) ? "met" : "missed";
+  std::printf("| %-50s | %-36s | %5.2f | %s %.1f | %-6s |\n", work, against, ratio, atLeast ? ">=" : "<=", goal,
+              verdict);
+  std::fflush(stdout);
 }
 
 MemoryUse CountMemory(const std::function<void()>& run) {

@@ -15,7 +15,7 @@ namespace {
 
 uint32_t HostSensor(const SELRecord& record) {
   for (const ZARPIDMAPPING& row : g_aZARPIDMapping.Rows()) {
-    if (row.byIPMISensor == record[11]) return row.dwZARPSensorID;
+    if (row.byIPMISensor == record[RECORD_SENSOR_NUMBER]) return row.dwZARPSensorID;
   }
   return NO_ZARP_SENSOR;
 }
@@ -28,7 +28,7 @@ void CopyName(const SELRecord& record, char* name, size_t size) {
 }
 
 uint64_t Reading(const SELRecord& record) {
-  tagVARIANT in{VT_I2, {}, {record[14]}, {}};
+  tagVARIANT in{VT_I2, {}, {record[RECORD_EVENT_DATA_2]}, {}};
   tagVARIANT out{VT_I2, {}, {}, {}};
   gmEnterMutex(0xFFFFFFFF);
   gmExecSensorValue(HostSensor(record), "TRANS", 1, &in, &out);
@@ -37,14 +37,15 @@ uint64_t Reading(const SELRecord& record) {
 }
 
 const char* FindText(const SELRecord& record) {
+  const uint8_t sensorType = record[RECORD_SENSOR_TYPE], eventData1 = record[RECORD_EVENT_DATA_1];
+  const int eventType = record[RECORD_EVENT_TYPE] & EVENT_TYPE_MASK;
   for (uint64_t i = 0; i < g_ulSELOffsetDescCount; ++i) {
     const tagSEL_OFFSET_DESC& row = g_aSELOffsetDesc[i];
-    if (row.bySensorType == record[10] && row.byOffset == (record[13] & 0x0F)) return row.szText;
+    if (row.bySensorType == sensorType && row.byOffset == (eventData1 & EVENT_OFFSET_MASK)) return row.szText;
   }
   for (uint64_t i = 0; i < g_ulSELEventDescCount; ++i) {
     const tagSEL_EVENT_DESC& row = g_aSELEventDesc[i];
-    if (row.bySensorType == record[10] && row.byEventType == (record[12] & 0x7F) &&
-        (record[13] & row.byMask) == row.byValue) {
+    if (row.bySensorType == sensorType && row.byEventType == eventType && (eventData1 & row.byMask) == row.byValue) {
       return row.szText;
     }
   }
@@ -63,7 +64,7 @@ void Describe(const SELRecord& record, char* description, size_t size) {
     char value[256] = {};
     if (strncmp(text, "|di|", 4) == 0) CopyName(record, value, sizeof(value));
     if (strncmp(text, "|trf|", 5) == 0) snprintf(value, sizeof(value), "%lu", Reading(record));
-    if (strncmp(text, "|3|", 3) == 0) snprintf(value, sizeof(value), "%d", record[15]);
+    if (strncmp(text, "|3|", 3) == 0) snprintf(value, sizeof(value), "%d", record[RECORD_EVENT_DATA_3]);
     used += static_cast<size_t>(snprintf(description + used, size - used, "%s", value));
     text = close + 1;
   }
@@ -77,7 +78,7 @@ void Describe(const SELRecord& record, char* description, size_t size) {
 
 void bench::FormatPlainLine(const SELRecord* record, char* line) {
   uint32_t seconds = 0;
-  memcpy(&seconds, &(*record)[3], sizeof(seconds));
+  memcpy(&seconds, &(*record)[RECORD_TIME], sizeof(seconds));
   const time_t time = seconds;
   char name[80] = {};
   char description[256] = {};

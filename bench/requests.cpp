@@ -50,7 +50,7 @@ void DropCaches() {
 }
 
 /// Makes this the log, stale in the cache, or the controller's log, known to the module.
-void Lay(uint32_t log, size_t size) {
+void SetLog(uint32_t log, size_t size) {
   if (log == LOG_SEL) {
     SetEventLog(EventLog(size));
     Count(LOG_SEL, size);
@@ -101,7 +101,7 @@ void SELCopyByHand() {
 }
 
 double WholeFetch(uint32_t log, size_t size, const std::function<void()>& commands) {
-  Lay(log, size);
+  SetLog(log, size);
   Items items(size);
   Fetch(log, items);
   const Floor floor(items);
@@ -126,7 +126,7 @@ double WholeTextFetch() { return WholeFetch(LOG_MESSAGES, LINES.back(), TextFetc
 double WholeSELFetch() { return WholeFetch(LOG_SEL, RECORDS.back(), SELCopyByHand); }
 
 double NewestLines() {
-  Lay(LOG_MESSAGES, LINES.back());
+  SetLog(LOG_MESSAGES, LINES.back());
   TextFetchByHand();  // makes the cache that the commands by hand use
   Items items(PAGE);
   const auto fetch = [&] {
@@ -139,7 +139,7 @@ double NewestLines() {
 
 double SELCount() {
   constexpr size_t OLDER = 500;
-  Lay(LOG_SEL, RECORDS.back());
+  SetLog(LOG_SEL, RECORDS.back());
   std::filesystem::create_directories("/etc/zarp/conf");
   std::ofstream(SEL_FILE) << standin::MakeSelLog(EventLog(OLDER));
   const double ratio =
@@ -151,7 +151,7 @@ double SELCount() {
 double Growth(uint32_t log, const Sizes& sizes) {
   const auto timePerItem = [&](size_t size) {
     Items items(size);
-    const Work fetch{[&] { Lay(log, size); }, [&] { Fetch(log, items); }, [&] { Free(items); }};
+    const Work fetch{[&] { SetLog(log, size); }, [&] { Fetch(log, items); }, [&] { Free(items); }};
     return Seconds(fetch) / static_cast<double>(size);
   };
   std::vector<double> ratios(ROUNDS);
@@ -163,7 +163,7 @@ double Growth(uint32_t log, const Sizes& sizes) {
 }
 
 double PeakMemory(uint32_t log, size_t size, size_t prescribed) {
-  Lay(log, size);
+  SetLog(log, size);
   Items items;
   const MemoryUse use = CountMemory([&] {
     items.resize(size);

@@ -35,7 +35,7 @@ size_t BytesInUse() {
 /// The controller's log of records of a sensor that the host has a name for.
 std::vector<ScriptedEntry> MakeNamedSEL(const std::string& marks) {
   Records records = PlainRecords(marks);
-  for (SELRecord& record : records) record[11] = 0x1A;
+  for (SELRecord& record : records) record[RECORD_SENSOR_NUMBER] = 0x1A;
   return MakeSEL(records);
 }
 

@@ -42,7 +42,9 @@ void Fuzz(FuzzedDataProvider& input) {
   const bool isCopied = count != 0 && sum(size) % 8 == 7;
   // A copy takes a shell, and with it most of the time; a name that fits no command gets none.
   const std::string path = isCopied ? copy.Path() : std::string(SEL_LINE_SIZE, 'x');
-  for (size_t i = isCopied ? count : 0; i-- > 0;) list.push_back(records[i][9] == 4 ? Line('1', records[i]) : "");
+  for (size_t i = isCopied ? count : 0; i-- > 0;) {
+    list.push_back(records[i][RECORD_FORMAT] == RECORD_FORMAT_IPMI ? Line('1', records[i]) : "");
+  }
 
   const size_t first = isRange ? std::max<size_t>(begin, 1) : 1;
   const size_t last = !isRange || (begin == 0 && end == 0) ? list.size() : begin > end ? 0 : std::min(end, list.size());

@@ -1,7 +1,6 @@
 /// fillitem.h: cuts filtered log lines into the host's items.
-/// The lines are described in textlog/textline.h and sel/selline.h. What would lie
-/// past the end of a line is the empty string, and a line without the separator after its host or sensor gives the rest
-/// of the line for that.
+/// The lines are described in textlog/textline.h and sel/selline.h. What would lie past the end of a line is the empty
+/// string, and a line without the separator after its host or sensor gives the rest of the line for that.
 #ifndef KESTRUNE_HOSTDATA_FILLITEM_H_
 #define KESTRUNE_HOSTDATA_FILLITEM_H_
 

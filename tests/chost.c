@@ -1,5 +1,5 @@
 /* A host in C, with the public header and the functions that the header tells a host to export, and nothing else. It
- * loads the module, reads a log through it, stops it, and sees it leave the process. */
+ * loads the module, starts it, asks it, stops it, and sees it leave the process. */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -38,9 +38,6 @@ ANSWERS_ZERO(gmExecSensorValue)
 
 int main(int argc, char** argv) {
   REQUIRE(argc == 2 && getenv("KESTRUNE_PRIVATE_MACHINE") != NULL);
-  FILE* log = fopen("/var/log/messages", "wx");
-  REQUIRE(log != NULL && fputs("Jan  5 10:00:01 host su: one\nJan  5 10:00:02 host su: two\n", log) >= 0);
-  REQUIRE(fclose(log) == 0);
   void* module = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
   REQUIRE(module != NULL);
   ENTRY_POINT(initialize, SPInitialize);
@@ -52,7 +49,7 @@ int main(int argc, char** argv) {
   uint32_t out = 0, count = 7;
   tagIDV messages = {.dwIDVType = IDV_CONFIGTYPE, .id.type = {.dwConfigTypeID = LOG_MESSAGES}};
   REQUIRE(initialize(NULL, &out) == 1 && out == 2);
-  REQUIRE(config(SP_OP_GET, SP_CONFIGITEM, &messages, &count, NULL) == 1 && count == 2);
+  REQUIRE(config(SP_OP_GET, SP_CONFIGITEM, &messages, &count, NULL) == 1 && count == 0);
   REQUIRE(uninitialize() == 1);
   REQUIRE(dlclose(module) == 0 && dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) == NULL);
   return EXIT_SUCCESS;

@@ -12,26 +12,21 @@
 namespace {
 
 using Names = std::set<std::string>;
+using Calls = std::multiset<std::string>;
 
 const std::string MESSAGES = "/var/log/messages", SECURE = "/var/log/secure", CRON = "/var/log/cron";
 const std::string CACHE = "/tmp/._kestrune_cache", MERGED = "/var/log/._app_log_.tmp";
 const std::string EMPTY_FILE = Dbg("LogFilter", "empty file!");
 const std::string FORMAT_ERROR = Err("LogFilter", "File format error, can not sort, please check log format.!");
 
-/// Makes the next work file's name known.
-std::string SeedWorkFile() {
-  srandom(7);
-  const long number = random();
-  srandom(7);
-  return "/tmp/__log__tmp." + std::to_string(number);
-}
+std::string SeedWorkFile() { return machine::SeedTemporary("/tmp/__log__tmp"); }
 
 class FilterTest : public ModuleTest {
  protected:
   uint32_t Count(uint32_t id) { return Query(Load(), Group(id)).count; }
 };
 
-TEST_F(FilterTest, CommandsOfEachRequest) {
+TEST_F(FilterTest, CommandsOfAFetchAndARange) {
   machine::WriteFile(MESSAGES, MakeLog(5));
   machine::WriteFile(CRON, MakeLog(2));
   machine::Commands commands;
@@ -39,25 +34,16 @@ TEST_F(FilterTest, CommandsOfEachRequest) {
   const std::string work = SeedWorkFile(), awk = "awk {print $1}", pad = "sed s/^\\(....\\) /\\10/";
   const std::string take = "cp -f " + CACHE + " " + work, count = "wc -l " + work;
   const std::string list = "sort -M -r " + work + "1", drop = "rm -f " + work + "1";
-  const std::vector<std::pair<ItemRequest, std::multiset<std::string>>> cases = {
-      {{SP_CONFIGITEM, Group(LOG_MESSAGES)},
-       {"wc -l " + MESSAGES, awk, "cp -f " + MESSAGES + " " + CACHE, take, count, awk}},
-      {{SP_CONFIGITEMEX, Group(LOG_MESSAGES), 2, true, 1, 2},
-       {take, count, awk, "sed -n 4,5p " + work, pad, list, drop, count, awk}},
-      {{SP_CONFIGITEM, Group(LOG_APPLICATION), 2, true},
-       {"cat /dev/null", "cat " + CRON, "wc -l " + MERGED, awk, "cp -f " + MERGED + " " + CACHE, take,
-        "sort -M " + work, "mv -f " + work + "1 " + work, count, awk, pad + " " + work, list, drop, count, awk}},
-      {{SP_CONFIGITEM, Group(LOG_SECURE), 5, true}, {}},
-  };
-  for (const auto& [request, expected] : cases) {
-    SeedWorkFile();
-    EXPECT_EQ(Send(module, request).result, 1);
-    EXPECT_EQ(commands.TakeCalls(), expected);
-    const long next = random();
-    SeedWorkFile();
-    random();
-    EXPECT_EQ(next, random()) << "one number is drawn";
-  }
+  EXPECT_EQ(Fetch(module, Group(LOG_APPLICATION), 2).count, 2U);
+  EXPECT_EQ(
+      commands.TakeCalls(),
+      (Calls{"cat /dev/null", "cat " + CRON, "wc -l " + MERGED, awk, "cp -f " + MERGED + " " + CACHE, take,
+             "sort -M " + work, "mv -f " + work + "1 " + work, count, awk, pad + " " + work, list, drop, count, awk}));
+  Count(LOG_MESSAGES);
+  commands.TakeCalls();
+  SeedWorkFile();
+  EXPECT_EQ(FetchRange(module, Group(LOG_MESSAGES), 1, 2, 2).count, 2U);
+  EXPECT_EQ(commands.TakeCalls(), (Calls{take, count, awk, "sed -n 4,5p " + work, pad, list, drop, count, awk}));
 }
 
 TEST_F(FilterTest, ThirtyThousandLines) {
@@ -225,6 +211,8 @@ TEST_F(FilterTest, AnUnfinishedLastLineIsListedWholeOrNotAtAll) {
   machine::WriteFile(MESSAGES, MakeLog(3) + "Jan  1 10:00:00 host app: this line has no newline yet");
   Start();
   machine::Commands commands;
+  EXPECT_EQ(Count(LOG_MESSAGES), 3U) << "newlines are counted";
+  EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 3).result, 0) << "sorting ends the line";
   EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).rows.back().values.back(), "this line has no newline yet");
   commands.Before("sort", "$real \"$@\" | awk '{ print substr($0, 1, 40) }'; exit");
   EXPECT_EQ(Fetch(Load(), Group(LOG_MESSAGES), 4).count, 0U);
@@ -234,31 +222,12 @@ TEST_F(FilterTest, PlantedNamesAreNeitherFollowedNorWrittenThrough) {
   machine::WriteFile(CRON, MakeLog(4));
   const std::string work = SeedWorkFile();
   for (const std::string& name : {CACHE, MERGED, work, work + "1"}) {
-    const std::string folder = name.substr(0, name.rfind('/')), victim = folder + "/victim";
-    const std::pair<const char*, std::function<void()>> plants[] = {
-        {"link", [&] { machine::PlantLink(name, victim); }},
-        {"dangling link", [&] { machine::PlantLink(name, folder + "/target"); }},
-        {"hard link", [&] { machine::PlantHardLink(name, victim); }},
-        {"FIFO", [&] { machine::PlantFIFO(name); }},
-        {"stranger's file", [&] { machine::PlantStrangersFile(name); }},
-        {"folder", [&] { machine::PlantFolder(name); }}};
-    for (const auto& [kind, plant] : plants) {
-      SCOPED_TRACE(testing::Message() << kind << " at " << name);
-      machine::WriteFile(victim, "victim");
-      plant();
+    PlantAt(name, [this] {
       Start();
       SeedWorkFile();
-      alarm(60);  // a request that waits at a FIFO ends the test
       EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).rows, LogRows(LOG_APPLICATION, 4));
-      alarm(0);
-      EXPECT_EQ(machine::ReadFile(victim), "victim");
-      EXPECT_EQ(machine::Listing(folder).count("target"), 0U);
       Unload();
-      EXPECT_EQ(machine::RemoveAside(name), kind == std::string("folder") ? 1 : 0);
-      machine::Remove(victim);
-      EXPECT_EQ(NewInTmp(), Names());
-      EXPECT_EQ(machine::Listing("/var/log"), Names{"cron"});
-    }
+    });
   }
 }
 
@@ -281,22 +250,6 @@ TEST_F(FilterTest, NothingIsMadeWhereAllMayWriteAndNothingIsSticky) {
     EXPECT_EQ(Fetch(Load(), log, 2).count, 2U) << "its group is trusted";
     ASSERT_EQ(chmod(folder, before.st_mode & 07777), 0);
     Unload();
-  }
-}
-
-TEST_F(FilterTest, FilesArePrivateWhateverTheMask) {
-  machine::WriteFile(CRON, MakeLog(4));
-  machine::Commands commands;
-  commands.Before("sort", "stat -c %a " + CACHE + " " + MERGED + " /tmp/__log__tmp.* >/usr/zarp/modes");
-  Start();
-  for (const mode_t mask : {0U, 0777U}) {
-    machine::Remove(MERGED);
-    machine::Remove(CACHE);
-    const mode_t before = umask(mask);
-    EXPECT_EQ(Fetch(Load(), Group(LOG_APPLICATION), 4).count, 4U);
-    umask(before);
-    EXPECT_EQ(machine::ReadFile("/usr/zarp/modes"), "600\n600\n600\n600\n") << mask;
-    machine::Remove("/usr/zarp/modes");
   }
 }
 

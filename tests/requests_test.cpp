@@ -38,8 +38,6 @@ TEST_F(RequestsTest, EveryRequestNameAndOperation) {
       {SP_CONFIGITEM, Err("OnGetConfigItem", "Parameter error!"), ""},
       {SP_CONFIGITEMEX, Err("OnGetConfigItemEx", "Parameter error!"), ""},
       {"SP_SENSORS", "", ""},
-      {"SP_property", "", ""},
-      {"SP_PROPERTY ", "", ""},
       {"SP_PROPERT", "", ""},
       {nullptr, "", ""}};
   const HostModule& module = Start();
@@ -226,7 +224,7 @@ TEST_F(RequestsTest, MessagesAreWrittenToTheSystemLog) {
   EXPECT_EQ(std::exchange(g_written, {}), (Lines{"5 WebUI: one", "5 WebUI(Warning): two"}));
   EXPECT_EQ(TakeLines(), (Lines{announced, ignored})) << "an item of another ID is skipped in silence";
   std::setlocale(LC_ALL, "C.UTF-8");
-  EXPECT_EQ(Write(module, Type(LOG_SEL), {{5, 0, std::wstring(128, L'\xE9').c_str()}}), 1);
+  EXPECT_EQ(Write(module, Type(LOG_SEL), {{5, 4, std::wstring(128, L'\xE9').c_str()}}), 1);
   std::setlocale(LC_ALL, "C");
   EXPECT_EQ(std::exchange(g_written, {}).at(0).size(), 2 + 254U) << "cut between characters";
 

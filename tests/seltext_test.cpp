@@ -139,7 +139,7 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
       {"Said too short", "Said too sho", "Said too sho", "short"},
       {"Of two words", "Of two words", "Of two words", "long"},
   };
-  for (const size_t size : {1U, 63U, 64U, 65U, 66U, 158U, 159U, 160U, 300U}) {
+  for (const size_t size : {1U, 64U, 65U, 66U, 158U, 159U, 160U, 300U}) {
     cases.push_back({std::string(size, 'n'), std::string(std::min<size_t>(size, 65), 'n'), std::string(size, 'n')});
   }
   for (const Case& c : cases) {
@@ -149,6 +149,9 @@ TEST_F(SELTextTest, NamesOfEveryLengthAndShape) {
     Host().fault = c.fault;
     EXPECT_EQ(Translate({Fan()}), Lines{FanLine(c.column, c.text)});
   }
+  // The last name is too long for a text that begins before it, too.
+  EXPECT_EQ(Translate({MakeRecord(0x1C, 8, 0, 0, 0, 0x1A)}),
+            Lines{MIDNIGHT + std::string(65, 'n') + "|Terminator: " + std::string(147, 'n')});
 }
 
 TEST_F(SELTextTest, ASizeThatIsFarTooLargeTakesNoMemory) {

@@ -44,12 +44,10 @@ TEST_F(StartupTest, LogsOfEachDistribution) {
   // The distribution, the files in /var/log, whether there is a controller; the list and the logs on offer.
   const std::tuple<int, std::string, bool, std::string, IDs> cases[] = {
       {0, "", false, "", {}},
-      {0, "", true, "", {LOG_SEL}},
       {0, "messages " + news, false, "", {LOG_MESSAGES}},
       {0, "agent.log", true, "", {LOG_AGENT, LOG_SEL}},
       {0, "maillog secure", false, "/var/log/maillog", {LOG_APPLICATION, LOG_SECURE}},
-      {0, "cron maillog", false, "/var/log/maillog /var/log/cron", {LOG_APPLICATION}},
-      {0, "spooler", true, "/var/log/spooler", {LOG_APPLICATION, LOG_SEL}},
+      {0, "cron maillog", true, "/var/log/maillog /var/log/cron", {LOG_APPLICATION, LOG_SEL}},
       {0, "secure messages agent.log " + plain, true, plainList, all},
       {103, news + " agent.log", false, newsList, {LOG_APPLICATION, LOG_AGENT}},
       {103, "secure " + plain, false, "", {LOG_SECURE}},

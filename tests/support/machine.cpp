@@ -69,6 +69,16 @@ void PlantStrangersFile(const std::string& path) {
   if (geteuid() == 0) Check(chown(path.c_str(), 65534, 65534) == 0, path);
 }
 
+void Plant(const std::string& kind, const std::string& path, const std::string& victim) {
+  Remove(path);
+  if (kind == "folder") PlantFolder(path);
+  if (kind == "FIFO") PlantFIFO(path);
+  if (kind == "stranger's file") PlantStrangersFile(path);
+  if (kind == "link") PlantLink(path, victim);
+  if (kind == "hard link") fs::create_hard_link(victim, path);
+  if (kind.starts_with("link to ")) PlantLink(path, kind.substr(8));
+}
+
 std::set<std::string> Listing(const std::string& folder) {
   std::set<std::string> names;
   for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());

@@ -30,9 +30,6 @@ inline void PlantLink(const std::string& path, const std::string& target) {
   Remove(path);
   std::filesystem::create_symlink(target, path);
 }
-inline void PlantHardLink(const std::string& path, const std::string& target) {
-  std::filesystem::create_hard_link(target, path);
-}
 inline void PlantFolder(const std::string& path) {
   Remove(path);
   std::filesystem::create_directories(path);
@@ -40,6 +37,16 @@ inline void PlantFolder(const std::string& path) {
 void PlantFIFO(const std::string& path);
 /// A file that everybody may write, of another user where this process may make one.
 void PlantStrangersFile(const std::string& path);
+/// Puts something else than a file of its own under the name `path`: a "folder", "FIFO" or "stranger's file", a "link"
+/// or "hard link" to `victim`, a "link to X". Leaves no such name for any other `kind`.
+void Plant(const std::string& kind, const std::string& path, const std::string& victim);
+/// Seeds the random numbers, and returns the name that the next temporary file of this prefix gets.
+inline std::string SeedTemporary(const std::string& prefix) {
+  srandom(7);
+  std::string name = prefix + "." + std::to_string(random());
+  srandom(7);
+  return name;
+}
 std::set<std::string> Listing(const std::string& folder);
 /// Removes what was renamed aside from `path`. Returns how many there were.
 int RemoveAside(const std::string& path);

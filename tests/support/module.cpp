@@ -103,6 +103,21 @@ const HostModule& ModuleTest::Start() {
   return *module_;
 }
 
+void ModuleTest::PlantAt(const std::string& path, const std::function<void()>& request) {
+  const std::string folder = std::filesystem::path(path).parent_path(), victim = folder + "/victim";
+  const std::set<std::string> before = machine::Listing(folder);
+  for (const std::string kind : {"link", "link to /tmp/target", "hard link", "FIFO", "stranger's file", "folder"}) {
+    SCOPED_TRACE(testing::Message() << kind << " at " << path);
+    machine::WriteFile(victim, "victim");
+    machine::Plant(kind, path, victim);
+    request();
+    EXPECT_EQ(machine::ReadFile(victim), "victim");
+    EXPECT_EQ(machine::RemoveAside(path), kind == "folder" ? 1 : 0);
+    machine::Remove(victim);
+    EXPECT_EQ(machine::Listing(folder), before);
+  }
+}
+
 std::set<std::string> ModuleTest::NewInTmp() const {
   std::set<std::string> names = machine::Listing("/tmp");
   std::erase_if(names, [this](const std::string& name) { return tmpBefore_.contains(name); });

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -102,6 +103,9 @@ class ModuleTest : public testing::Test {
   void Unload() { module_.reset(); }
   /// What lies in /tmp now and did not before the test.
   std::set<std::string> NewInTmp() const;
+  /// Plants each kind of thing under the name `path`, with a victim beside it, and sends `request`. That may neither
+  /// wait for what is planted nor write through it, and leaves nothing; a folder is put aside.
+  static void PlantAt(const std::string& path, const std::function<void()>& request);
 
  private:
   std::optional<HostModule> module_;

@@ -3,7 +3,6 @@
 #define KESTRUNE_TESTS_SUPPORT_SEL_H_
 
 #include <cstdio>
-#include <cstdlib>
 #include <numeric>
 #include <sstream>
 #include <string>
@@ -17,8 +16,8 @@ using Records = std::vector<SELRecord>;
 inline SELRecord MakeRecord(int type, int event, int data1, int data2 = 0, int data3 = 0, int sensor = 0,
                             uint32_t time = 0) {
   SELRecord record = {0x34, 0x12, 0x02, 0, 0, 0, 0, 0x20, 0xEF, 4};
-  for (size_t i = 0; i < 4; ++i) record[3 + i] = static_cast<uint8_t>(time >> 8 * i);
-  size_t place = 10;
+  for (size_t i = 0; i < 4; ++i) record[RECORD_TIME + i] = static_cast<uint8_t>(time >> 8 * i);
+  size_t place = RECORD_SENSOR_TYPE;
   for (const int field : {type, sensor, event, data1, data2, data3}) record[place++] = static_cast<uint8_t>(field);
   return record;
 }
@@ -87,13 +86,8 @@ inline std::string MakeLogFile(const Records& records, int sizeError = 0, int ch
 }
 inline constexpr char LOG_FILE[] = "/etc/zarp/conf/ipmi.log";
 
-/// Seeds the random numbers and returns the name that the next copy of the SEL log file gets.
-inline std::string SeedCopy() {
-  srandom(1);
-  std::string name = "/tmp/__sellog__tmp." + std::to_string(random());
-  srandom(1);
-  return name;
-}
+/// As machine::SeedTemporary, for a copy of it.
+inline std::string SeedCopy() { return machine::SeedTemporary("/tmp/__sellog__tmp"); }
 
 /// The messages of a plain ("") or ranged ("Ex") request, and those on a SEL log file that is bad or missing.
 inline Lines Report(const std::string& form, Lines messages) {
