@@ -5,8 +5,8 @@
 
 # What the module runs, and what a test or a person at the private machine's shell may want besides.
 tools=(sh cp mv rm cat tail grep sed awk wc sort
-  bash chmod cmp cut date diff env false find head id ln ls mkdir mkfifo od readlink rmdir seq sleep socat stat tee test
-  touch tr true umount uniq)
+  bash chmod cmp cut date diff env false find head id ln ls mkdir mkfifo od readlink rmdir seq setpriv setsid sleep socat
+  stat tee test touch tr true umount uniq)
 
 # umount looks things up in /proc, which the copy has even where this machine has none.
 remove_copy() {

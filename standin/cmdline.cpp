@@ -1,17 +1,17 @@
-/// cmdline.cpp: the command line of kestrune-host, and what to say of one that is wrong.
+/// cmdline.cpp: the command line of kestrune-host.
 #include "standin/cmdline.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <climits>
 #include <cstdlib>
-#include <ctime>
-#include <string_view>
+#include <memory>
 #include <vector>
 
+#include "standin/cmderror.h"
+#include "standin/cmdvalues.h"
 #include "standin/failure.h"
-#include "standin/logtime.h"
+#include "standin/files.h"
 #include "standin/ownfile.h"
 
 namespace standin {
@@ -24,63 +24,16 @@ std::string DefaultModule() {
   return OwnFile(KESTRUNE_INSTALLED_MODULE, KESTRUNE_BUILT_MODULE);
 }
 
-/// A whole number: decimal, or hexadecimal after 0x.
-std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t highest) {
-  const bool hexadecimal = text.substr(0, 2) == "0x";
-  if (hexadecimal) text.remove_prefix(2);
-  uint64_t number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number, hexadecimal ? 16 : 10);
-  if (error != std::errc() || stop != end || number > highest) return std::nullopt;
-  return number;
-}
+/// Allows these values. Unlike the library's own checks, they leave the help as it is.
+CLI::Validator Within(int64_t lowest, int64_t highest) { return CLI::Range(lowest, highest).description(""); }
+CLI::Validator OneOf(const std::vector<std::string>& names) { return CLI::IsMember(names).description(""); }
 
-Lines ParseLines(const std::string& text) {
-  const size_t dash = text.find('-');
-  const auto begin = ParseNumber(text.substr(0, dash), UINT32_MAX);
-  const auto end = dash == std::string::npos ? std::nullopt : ParseNumber(text.substr(dash + 1), UINT32_MAX);
-  if (!begin || !end || *begin == 0 || *begin > *end) {
-    throw Failure(WRONG_ARGUMENTS,
-                  "show: --lines: '" + text + "' is no range; allowed is A-B with 1 <= A <= B <= 4294967295");
+/// Help in which the name of an option's value is all that stands beside the option.
+class PlainHelp : public CLI::Formatter {
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_type_name().empty() ? "" : ' ' + option->get_type_name();
   }
-  return {static_cast<uint32_t>(*begin), static_cast<uint32_t>(*end)};
-}
-
-uint64_t ParseWord(const std::string& text) {
-  const auto word = ParseNumber(text, UINT64_MAX);
-  if (!word) {
-    throw Failure(WRONG_ARGUMENTS, "settings: --set: '" + text +
-                                       "' is no settings word; allowed is a number of up to 64 bits, decimal or "
-                                       "hexadecimal after 0x");
-  }
-  return *word;
-}
-
-/// Text of the command line in wide characters, as values travel.
-std::wstring Widen(const std::string& text) {
-  const size_t length = std::mbstowcs(nullptr, text.c_str(), 0);
-  if (length == static_cast<size_t>(-1)) {
-    throw Failure(WRONG_ARGUMENTS, "write: TEXT: allowed is text in the character encoding of the locale alone");
-  }
-  std::wstring wide(length, L'\0');
-  std::mbstowcs(wide.data(), text.c_str(), length);
-  return wide;
-}
-
-/// Takes HOST[:PORT]; an IPv6 address with a port stands in brackets.
-void ParseAddress(const std::string& text, IPMIOptions& ipmi) {
-  const size_t colon = text.rfind(':');
-  const bool isBare = colon != std::string::npos && text.find(':') != colon && text.front() != '[';
-  const bool hasPort = colon != std::string::npos && !isBare && (text.front() != '[' || text[colon - 1] == ']');
-  std::string host = hasPort ? text.substr(0, colon) : text;
-  if (host.size() > 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-  const auto port = hasPort ? ParseNumber(text.substr(colon + 1), UINT16_MAX) : IPMI_PORT;
-  if (host.empty() || !port || *port == 0) {
-    throw Failure(WRONG_ARGUMENTS, "--ipmi: '" + text + "' is no address; allowed is HOST or HOST:PORT");
-  }
-  ipmi.host = host;
-  ipmi.port = static_cast<uint16_t>(*port);
-}
+};
 
 /// Values that are taken from their texts once all of the line is known to fit.
 struct Texts {
@@ -96,36 +49,12 @@ struct Texts {
   std::string privilege;
 };
 
-/// A time of the past. Of a day it is the first second, or the last where a range ends.
-int64_t TakeTime(const char* option, const std::string& text, bool end) {
-  const auto time = ParseTime(text, end, std::time(nullptr));
-  if (!time) {
-    throw Failure(WRONG_ARGUMENTS, std::string("show: ") + option + ": '" + text +
-                                       "' is no time; allowed are 2026-08-18, 2026-08-18T10:56:35 (or with a zone: Z, "
-                                       "+02:00), today, yesterday, and spans back from now: -90s, -30m, -2h, -3d, -1w");
-  }
-  return *time;
-}
-
-/// What `show` is to show.
-View MakeView(const Options& options, const Texts& texts) {
-  View view = options.view;
-  if (texts.lines) view.lines = ParseLines(*texts.lines);
-  if (texts.since) view.since = TakeTime("--since", *texts.since, false);
-  if (texts.until) view.until = TakeTime("--until", *texts.until, true);
-  if (texts.sensorTypes) view.sensorTypes = ParseSensorTypes(*texts.sensorTypes);
-  if (texts.severities) view.severities = ParseSeverities(*texts.severities);
-  if ((texts.sensorTypes || texts.severities) && options.log != LOG_SEL && options.log != LOG_ALL) {
-    throw Failure(WRONG_ARGUMENTS, "show: --sensor-type and --severity are for the logs sel and all");
-  }
-  return view;
-}
-
 void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
-  CLI::Option* sel =
-      app.add_option("--sel", options.sel, "A controller with this log: raw 16-byte records, oldest first")
-          ->type_name("FILE");
-  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description")->type_name("FILE");
+  CLI::Option* sel = app.add_option("--sel", options.sel,
+                                    "A controller with this log: raw 16-byte records, oldest first (-: standard input)")
+                         ->type_name("FILE");
+  app.add_option("--sensors", options.sensors, "The machine's sensors: a JSON description (-: standard input)")
+      ->type_name("FILE");
   CLI::Option* ipmi =
       app.add_option("--ipmi", texts.ipmi, "A controller in the network (else this machine's own, if it has one)")
           ->type_name("HOST[:PORT]")
@@ -134,13 +63,14 @@ void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
   app.add_option("--ipmi-password-file", options.passwordFile,
                  "File with the password (else $IPMI_PASSWORD, else asked)")
       ->type_name("FILE");
-  app.add_option("--ipmi-privilege", texts.privilege, "Privilege to ask for (user)")
-      ->check(CLI::IsMember({"user", "operator", "administrator"}))
+  app.add_option("--ipmi-privilege", texts.privilege,
+                 "Privilege to ask for: user, operator, administrator (default: user)")
+      ->check(OneOf({"user", "operator", "administrator"}))
       ->type_name("NAME");
   app.add_option_function<int>(
          "--ipmi-timeout", [&options](int seconds) { options.ipmi.timeout = std::chrono::seconds(seconds); },
-         "Seconds to wait for an answer (10)")
-      ->check(CLI::Range(1, 3600))
+         "Seconds to wait for an answer (default: 10)")
+      ->check(Within(1, 3600))
       ->type_name("SECONDS");
   app.add_flag("--no-controller", options.noController, "No controller")->excludes(sel)->excludes(ipmi);
 }
@@ -151,92 +81,130 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
                  "Module to load (else $KESTRUNE_MODULE, else the one that came with this program)")
       ->type_name("PATH");
   app.add_option("--dist", options.distribution,
-                 "Distribution code told to the module (103 and 106 differ from others)")
-      ->check(CLI::Range(INT_MIN, INT_MAX))
+                 "Distribution code told to the module: 103 and 106 have other application logs (default: 0)")
+      ->check(Within(INT_MIN, INT_MAX))
       ->type_name("CODE");
-  app.add_flag("--verbose", options.verbose, "Show the module's messages on standard error");
-  app.add_option("--sel-log", options.selLog, "A SEL log file, laid at /etc/zarp/conf/ipmi.log: in private machines")
+  app.add_flag("--verbose", options.verbose, "Show all of the module's messages, not errors and warnings alone");
+  app.add_option("--sel-log", options.selLog,
+                 "A SEL log file, laid at /etc/zarp/conf/ipmi.log meanwhile, where there is none")
       ->type_name("FILE");
   app.require_subcommand(1);
   app.fallthrough();
 }
 
-void AddCommands(CLI::App& app, Options& options, Texts& texts) {
+void AddFormat(CLI::App& command, Options& options) {
+  command.add_option("--format", options.format, "Form of the output: table, csv, json, jsonl (default: table)")
+      ->check(OneOf({"table", "csv", "json", "jsonl"}))
+      ->type_name("FORMAT");
+}
+
+CLI::Option* AddNewest(CLI::App& command, Options& options) {
+  const auto take = [&options](uint32_t count) { options.lines = Lines{1, count}; };
+  return command.add_option_function<uint32_t>("-n", take, "The newest N alone")
+      ->check(Within(1, UINT32_MAX))
+      ->type_name("N");
+}
+
+// Each adds a sub-command with its options.
+
+void AddLogs(CLI::App& app, Options& options, Texts&) {
+  CLI::App& logs = *app.add_subcommand("logs", "List the machine's logs and their numbers of records");
+  logs.add_flag("--all", options.all, "Also the logs that are not offered, with the reasons");
+  AddFormat(logs, options);
+}
+
+void AddShow(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& show = *app.add_subcommand("show", "Show the records of a log, or of all in one timeline, newest first");
   std::vector<std::string> names(LOGS.size());
   std::transform(LOGS.begin(), LOGS.end(), names.begin(), [](const LogName& log) { return log.name; });
   names.emplace_back("all");
-  const auto addFormat = [&](CLI::App* command) {
-    command->add_option("--format", options.format, "Form of the output")
-        ->check(CLI::IsMember({"table", "csv", "json", "jsonl"}))
-        ->type_name("FORMAT");
-  };
-
-  addFormat(app.add_subcommand("logs", "List the machine's logs and their numbers of records"));
-
-  CLI::App* show = app.add_subcommand("show", "Show the records of a log, or of all in one timeline, newest first");
-  show->add_option("LOG", texts.log, "The log")->required()->check(CLI::IsMember(names))->type_name("");
-  show->add_option("--lines", texts.lines, "Records A to B alone, counted from the newest")->type_name("A-B");
-  show->add_option("--since", texts.since,
-                   "Records from this time on alone: 2026-08-18, 2026-08-18T10:56, today, -2h, -3d")
-      ->type_name("TIME");
-  show->add_option("--until", texts.until, "Records up to this time alone")->type_name("TIME");
-  show->add_option("--sensor-type", texts.sensorTypes, "Event log records of these sensor types alone: Memory, 0x0C")
-      ->type_name("TYPE[,TYPE...]");
-  show->add_option("--severity", texts.severities, "Event log records of these severities alone: critical, failure")
-      ->type_name("NAME[,NAME...]");
-  show->add_flag("--reverse", options.view.isReversed, "Oldest first");
-  show->add_option("--columns", options.columns, "Fields to show")->type_name("NAME[,NAME...]");
-  addFormat(show);
-
-  CLI::App* write = app.add_subcommand("write", "Write a message to the system log");
-  write->add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
+  show.add_option("LOG", texts.log, "The log: application, secure, messages, agent, sel, or all of them")
       ->required()
-      ->check(CLI::Range(0, 3))
+      ->check(OneOf(names))
+      ->type_name("");
+  CLI::Option* lines = show.add_option("--lines", texts.lines,
+                                       "Records A to B alone, from the newest (A-: from A on; -B or B: the newest B)")
+                           ->type_name("A-B");
+  AddNewest(show, options)->excludes(lines);
+  show.add_option("--since", texts.since, "Records from then on alone: 2026-08-18, 2026-08-18T10:56, today, -2h, -3d")
+      ->type_name("TIME");
+  show.add_option("--until", texts.until, "Records until then alone")->type_name("TIME");
+  show.add_option("--sensor-type", texts.sensorTypes, "Event log records of these types alone: memory, 0x0C")
+      ->type_name("TYPE[,TYPE...]");
+  show.add_option("--severity", texts.severities, "Event log records of these severities alone: critical, failure")
+      ->type_name("NAME[,NAME...]");
+  show.add_flag("--reverse", options.view.isReversed, "Oldest first");
+  show.add_option("--columns", options.columns, "Fields to show")->type_name("NAME[,NAME...]");
+  AddFormat(show, options);
+}
+
+void AddWrite(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& write = *app.add_subcommand("write", "Write a message to the system log");
+  write.add_option("--level", options.level, "0 plain, 1 note, 2 warning, 3 critical")
+      ->required()
+      ->check(Within(0, 3))
       ->type_name("N");
-  write->add_option("TEXT", texts.text, "The message")->required()->type_name("");
+  write.add_option("TEXT", texts.text, "The message")->required()->type_name("");
+}
 
-  CLI::App* settings = app.add_subcommand("settings", "Show the settings word, changed or as it is");
-  settings->add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
-  addFormat(settings);
+void AddSettings(CLI::App& app, Options& options, Texts& texts) {
+  CLI::App& settings = *app.add_subcommand("settings", "Show the settings word, changed or as it is");
+  settings.add_option("--set", texts.word, "New word of 64 bits, decimal or after 0x")->type_name("WORD");
+  AddFormat(settings, options);
+}
 
+void AddDumpSel(CLI::App& app, Options&, Texts&) {
   app.add_subcommand("dump-sel", "Have the module dump the controller's log");
+}
 
-  CLI::App* save = app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
-  save->add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
-  save->add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")
-      ->type_name("FILE");
-  save->add_flag("--force", options.force, "Overwrite files that are there");
+void AddSave(CLI::App& app, Options& options, Texts&) {
+  CLI::App& save = *app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
+  save.add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
+  save.add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")->type_name("FILE");
+  save.add_flag("--force", options.force, "Overwrite files that are there");
+}
 
-  CLI::App* pack = app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
-  pack->add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
-  pack->add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+void AddPackSel(CLI::App& app, Options& options, Texts&) {
+  CLI::App& pack = *app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
+  pack.add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
+  pack.add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+}
 
+void AddCommands(CLI::App& app, Options& options, Texts& texts) {
+  for (const auto add : {AddLogs, AddShow, AddWrite, AddSettings, AddDumpSel, AddSave, AddPackSel}) {
+    add(app, options, texts);
+  }
   for (CLI::App* command : app.get_subcommands({})) command->footer("Global options: see kestrune-host --help");
 }
 
-std::string OptionNames(const CLI::App& app) {
-  std::string names;
-  for (const CLI::Option* option : app.get_options()) names += ' ' + option->get_name();
-  return names;
+void TakeView(const Texts& texts, const Options& options, View& view) {
+  if (texts.since) view.since = ParseTime("--since", *texts.since, false);
+  if (texts.until) view.until = ParseTime("--until", *texts.until, true);
+  if (texts.sensorTypes) view.sensorTypes = ParseSensorTypes(*texts.sensorTypes);
+  if (texts.severities) view.severities = ParseSeverities(*texts.severities);
+  if ((texts.sensorTypes || texts.severities) && options.log != LOG_SEL && options.log != LOG_ALL) {
+    throw Failure(WRONG_ARGUMENTS, "show: --sensor-type and --severity are for the logs sel and all");
+  }
 }
 
-/// One line for a command line that does not parse: what was wrong, and what is allowed.
-std::string Explain(const CLI::ParseError& error, CLI::App& app) {
-  const auto given = app.get_subcommands();
-  std::string place;
-  std::string allowed;
-  if (given.empty()) {
-    for (const CLI::App* command : app.get_subcommands({})) allowed += ' ' + command->get_name();
-    allowed = " one of" + allowed + ", and";
-  } else {
-    place = given.front()->get_name() + ": ";
-    allowed = OptionNames(*given.front()) + ", and everywhere";
+void TakeValues(const Texts& texts, Options& options) {
+  for (const LogName& log : LOGS) {
+    if (texts.log == log.name) options.log = log.id;
   }
-  allowed = "; allowed are" + allowed + OptionNames(app);
-  const auto unexpected = app.remaining(true);
-  if (!unexpected.empty()) return place + "'" + unexpected.front() + "' was not expected" + allowed;
-  // Where a value is wrong, the text of the error says what would be right.
-  return place + error.what() + (dynamic_cast<const CLI::ValidationError*>(&error) != nullptr ? "" : allowed);
+  if (texts.lines) options.lines = ParseLines(*texts.lines);
+  TakeView(texts, options, options.view);
+  if (texts.word) options.word = ParseWord(*texts.word);
+  if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
+  if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
+  if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
+  if (options.sel == STANDARD_INPUT && options.sensors == STANDARD_INPUT) {
+    throw Failure(WRONG_ARGUMENTS, "--sel and --sensors cannot both be standard input, which is read once");
+  }
+  if (options.command == "save" && !options.savedSel && !options.savedSensors) {
+    throw Failure(WRONG_ARGUMENTS,
+                  "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
+  }
+  options.text = Widen(texts.text);
 }
 
 }  // namespace
@@ -246,6 +214,7 @@ Options ParseCommandLine(int argc, char** argv) {
   Options options;
   options.module = DefaultModule();
   Texts texts;
+  app.formatter(std::make_shared<PlainHelp>());
   AddGlobalOptions(app, options);
   AddControllerOptions(app, options, texts);
   AddCommands(app, options, texts);
@@ -262,19 +231,7 @@ Options ParseCommandLine(int argc, char** argv) {
   }
 
   options.command = app.get_subcommands().front()->get_name();
-  for (const LogName& log : LOGS) {
-    if (texts.log == log.name) options.log = log.id;
-  }
-  if (options.command == "show") options.view = MakeView(options, texts);
-  if (texts.word) options.word = ParseWord(*texts.word);
-  if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
-  if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;
-  if (texts.privilege == "administrator") options.ipmi.privilege = IPMIPrivilege::ADMINISTRATOR;
-  if (options.command == "save" && !options.savedSel && !options.savedSensors) {
-    throw Failure(WRONG_ARGUMENTS,
-                  "save: names nothing to save; allowed are --sel FILE and --sensors FILE, or one of them");
-  }
-  options.text = Widen(texts.text);
+  TakeValues(texts, options);
   return options;
 }
 

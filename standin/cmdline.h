@@ -27,9 +27,11 @@ struct Options {
   std::optional<std::string> passwordFile;
 
   std::string format = "table";             ///< table, csv, json or jsonl
-  std::optional<std::string> columns;       ///< show
+  bool all = false;                         ///< logs
   uint16_t log = LOG_ALL;                   ///< show
+  std::optional<Lines> lines;               ///< show
   View view;                                ///< show
+  std::optional<std::string> columns;       ///< show
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

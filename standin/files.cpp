@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 
 #include "standin/failure.h"
 
@@ -11,10 +12,12 @@ namespace standin {
 
 std::string ReadFile(const std::string& path) {
   constexpr std::streamsize LIMIT = 16 << 20;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream named;
+  if (path != STANDARD_INPUT) named.open(path, std::ios::binary);
+  std::istream& file = path == STANDARD_INPUT ? std::cin : named;
   std::string contents(LIMIT + 1, '\0');
   file.read(contents.data(), LIMIT + 1);
-  if (!file.is_open() || file.bad()) {
+  if ((path != STANDARD_INPUT && !named.is_open()) || file.bad()) {
     throw Failure(WRONG_ARGUMENTS, "cannot read '" + path + "': " + std::strerror(errno));
   }
   if (file.gcount() > LIMIT) throw Failure(WRONG_ARGUMENTS, "'" + path + "' is longer than the allowed 16 MiB");

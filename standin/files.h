@@ -6,7 +6,10 @@
 
 namespace standin {
 
-/// The contents of a file of at most 16 MiB. Throws Failure (wrong arguments).
+/// The name that stands for standard input, which can be read once.
+inline constexpr const char* STANDARD_INPUT = "-";
+
+/// The contents of a file or pipe of at most 16 MiB. Throws Failure (wrong arguments).
 std::string ReadFile(const std::string& path);
 
 /// Writes a file, over what it held. Throws Failure (request failed).

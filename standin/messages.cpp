@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <mutex>
+#include <set>
 #include <string_view>
 
 #include "standin/host.h"
@@ -11,8 +12,9 @@
 namespace standin {
 namespace {
 
-std::mutex lastErrorMutex;
+std::mutex mutex;  // guards what follows
 std::string lastError;
+std::set<std::string> shown;  // errors and warnings, each of which is told once
 
 std::string LevelName(int level) {
   if (level == OUTPUT_ERROR) return "error";
@@ -30,14 +32,16 @@ ssize_t WriteUnlessDebug(void*, const char* text, size_t size) {
 void TakeMessages(bool verbose) {
   host->onOutput = [verbose](int level, std::string text) {
     while (!text.empty() && text.back() == '\n') text.pop_back();
-    if (verbose) std::fprintf(stderr, "[%s] %s\n", LevelName(level).c_str(), text.c_str());
-    const std::lock_guard lock(lastErrorMutex);
+    const std::lock_guard lock(mutex);
     if (level == OUTPUT_ERROR) lastError = text;
+    const bool isGrave = level == OUTPUT_ERROR || level == OUTPUT_WARNING;
+    if (!verbose && !(isGrave && shown.insert(text).second)) return;
+    std::fprintf(stderr, "[%s] %s\n", LevelName(level).c_str(), text.c_str());
   };
 }
 
 std::string LastError() {
-  const std::lock_guard lock(lastErrorMutex);
+  const std::lock_guard lock(mutex);
   return lastError;
 }
 

@@ -8,7 +8,8 @@
 
 namespace standin {
 
-/// Has the host keep the last error, and show each message on standard error if `verbose`.
+/// Has the host keep the last error, and show errors and warnings on standard error, each once, or if `verbose` all
+/// messages.
 void TakeMessages(bool verbose);
 
 /// The newest message of level OUTPUT_ERROR, without its newline; empty when there was none.

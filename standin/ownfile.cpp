@@ -13,8 +13,10 @@ std::string OwnFile(const char* installed, const char* built) {
   std::error_code error;
   const auto pathOfProgram = std::filesystem::canonical(program != nullptr ? program : "", error);
   const std::filesystem::path above = pathOfProgram.parent_path().parent_path();
-  const std::filesystem::path path = above / installed;
-  return std::filesystem::exists(path, error) ? path : above / built;
+  // A file that is missing is named as that of the installed program, which most are.
+  const bool isBuilt =
+      !std::filesystem::exists(above / installed, error) && std::filesystem::exists(above / built, error);
+  return above / (isBuilt ? built : installed);
 }
 
 }  // namespace standin

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "standin/failure.h"
 #include "standin/files.h"
@@ -31,23 +32,26 @@ std::vector<SELRecord> ParseArchive(const std::string& contents) {
 
 std::optional<uint32_t> RecordKeeper::CountEntries() {
   const auto count = controller_.CountEntries();
-  if (count && *count < entries_.size()) entries_.clear();  // what comes now is another log
+  if (count == 0U) entries_.clear();
+  hasShrunk_ = count && *count < entries_.size();
   return count;
 }
 
 bool RecordKeeper::ReadEntry(tagSEL_DATA& entry) {
   const uint16_t id = entry.wRecordID;
-  if (!controller_.ReadEntry(entry)) return false;
+  const bool isRead = controller_.ReadEntry(entry);
   if (id == 0 && !entries_.empty()) {
-    if (std::memcmp(&entry, entries_.data(), sizeof(entry)) != 0) entries_.clear();
+    // Another log begins when there are fewer entries than before, or another first one.
+    const bool isSame = !isRead || std::memcmp(&entry, entries_.data(), sizeof(entry)) == 0;
+    if (std::exchange(hasShrunk_, false) || !isSame) entries_.clear();
     next_.reset();
-  } else if (entries_.empty() ? id == 0 : id == next_) {
+  } else if (isRead && (entries_.empty() ? id == 0 : id == next_)) {
     entries_.push_back(entry);
     next_ = entry.wNextRecordID;
-  } else if (!entries_.empty() && id == entries_.back().wRecordID) {
+  } else if (isRead && !entries_.empty() && id == entries_.back().wRecordID) {
     next_ = entry.wNextRecordID;
   }
-  return true;
+  return isRead;
 }
 
 std::vector<SELRecord> RecordKeeper::NewestFirst() const {

@@ -32,6 +32,7 @@ class RecordKeeper final : public Controller {
  private:
   Controller& controller_;
   std::vector<tagSEL_DATA> entries_;
+  bool hasShrunk_ = false;
   std::optional<uint16_t> next_;  ///< the entry that follows them, where the module has just been told
 };
 

@@ -175,6 +175,10 @@ void Start(const Module& module) {
   }
 }
 
+Row DescribeLog(const LogName& log, int64_t records) {
+  return {{{"name", log.name}, {"id", Hexadecimal(log.id, 2)}, {"records", records}}};
+}
+
 Table ListLogs(const Module& module) {
   const std::vector<tagCONFIGGROUP> groups = ReadGroups(module);
   const std::vector<Item> properties = ReadProperties(module, Type(CONFIG_TYPE_LOG));  // all logs
@@ -185,9 +189,7 @@ Table ListLogs(const Module& module) {
     const auto isNumber = [&](const Item& item) { return item.dwIndex == i + 1; };
     if (std::none_of(groups.begin(), groups.end(), isLog)) continue;
     const auto property = std::find_if(properties.begin(), properties.end(), isNumber);
-    table.rows.push_back({{{"name", log.name},
-                           {"id", Hexadecimal(log.id, 2)},
-                           {"records", property == properties.end() ? -1 : Number(property->Find(CE_RECORDS))}}});
+    table.rows.push_back(DescribeLog(log, property == properties.end() ? -1 : Number(property->Find(CE_RECORDS))));
   }
   return table;
 }

@@ -44,7 +44,10 @@ struct Lines {
 /// Starts the module with the host's settings: no repeated events, an update interval of 5000.
 void Start(const Module& module);
 
-/// The logs that the module offers: name, ID, records.
+/// The row of a log in their list: name, ID, records.
+Row DescribeLog(const LogName& log, int64_t records);
+
+/// The logs that the module offers.
 Table ListLogs(const Module& module);
 
 /// Whether the module offers this log.

@@ -6,6 +6,7 @@
 
 #include "standin/failure.h"
 #include "standin/files.h"
+#include "standin/newfile.h"
 
 namespace standin {
 namespace {
@@ -48,20 +49,39 @@ void PackSelLog(const std::string& rawPath, const std::string& path) {
   WriteFile(path, MakeSelLog(records));
 }
 
-void LaySelLog(const std::string& path) {
+LaidSelLog::LaidSelLog(const std::string& path) {
   const std::string contents = ReadFile(path);
-  const std::filesystem::path target(SEL_LOG_PATH);
-  // A file of its own that is then renamed, so that nothing is written through a link that stands there.
-  const std::string fresh = target.string() + ".new";
-  try {
-    std::filesystem::create_directories(target.parent_path());
-    std::filesystem::remove(fresh);
-    WriteFile(fresh, contents);
-    std::filesystem::rename(fresh, target);
-  } catch (const std::exception& error) {
-    throw Failure(REQUEST_FAILED, std::string("--sel-log cannot be laid at ") + SEL_LOG_PATH +
-                                      ", which a private machine allows: " + error.what());
+  std::error_code error;
+  if (std::filesystem::exists(std::filesystem::symlink_status(SEL_LOG_PATH, error))) {
+    throw Failure(REQUEST_FAILED, std::string("--sel-log: this machine has a SEL log file, ") + SEL_LOG_PATH +
+                                      ", which stays as it is; without --sel-log its records are shown");
   }
+  try {
+    MakeFolders();
+    NewFile file(SEL_LOG_PATH, false);
+    file.Write(contents);
+    file.Commit();
+    isLaid_ = true;
+  } catch (const std::exception& reason) {
+    Remove();
+    throw Failure(REQUEST_FAILED, std::string("--sel-log cannot be laid at ") + SEL_LOG_PATH +
+                                      " (root can, and a private machine): " + reason.what());
+  }
+}
+
+void LaidSelLog::MakeFolders() {
+  std::filesystem::path folder;
+  for (const auto& name : std::filesystem::path(SEL_LOG_PATH).parent_path()) {
+    folder /= name;
+    if (std::filesystem::create_directory(folder)) folders_.push_back(folder);
+  }
+}
+
+void LaidSelLog::Remove() {
+  std::error_code error;
+  if (isLaid_) std::filesystem::remove(SEL_LOG_PATH, error);
+  // A folder that somebody else has put something into stays.
+  for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) std::filesystem::remove(*folder, error);
 }
 
 }  // namespace standin

@@ -5,6 +5,7 @@
 #ifndef KESTRUNE_STANDIN_SELFILE_H_
 #define KESTRUNE_STANDIN_SELFILE_H_
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,23 @@ std::string MakeSelLog(const std::vector<SELRecord>& records);
 /// Writes the records of the raw file `rawPath` as the SEL log file `path`. Throws Failure.
 void PackSelLog(const std::string& rawPath, const std::string& path);
 
-/// Lays a copy of `path`, whatever it holds, where modules look for the SEL log file. Throws Failure.
-void LaySelLog(const std::string& path);
+/// A copy of a file, whatever that holds, where modules look for the SEL log file. It is removed at the end, with the
+/// folders that were made for it.
+class LaidSelLog {
+ public:
+  /// Throws Failure, also where there is such a file already, which may be the machine's own.
+  explicit LaidSelLog(const std::string& path);
+  ~LaidSelLog() { Remove(); }
+  LaidSelLog(const LaidSelLog&) = delete;
+  LaidSelLog& operator=(const LaidSelLog&) = delete;
+
+ private:
+  void MakeFolders();
+  void Remove();
+
+  std::vector<std::filesystem::path> folders_;  ///< those made, the outer ones first
+  bool isLaid_ = false;
+};
 
 }  // namespace standin
 

@@ -95,7 +95,7 @@ std::wstring MakeFit(std::vector<Cells>& columns, size_t width) {
   };
   std::wstring gone;
   for (size_t i = columns.size(); i-- > 0 && total() > width;) {
-    if (columns.size() == 1 || !columns[i].AreSame()) continue;
+    if (columns.size() == 1 || columns[i].keepsEnd || !columns[i].AreSame()) continue;
     const std::wstring& text = columns[i].texts.front();
     if (!text.empty()) gone += (gone.empty() ? L"all rows: " : L", ") + columns[i].name + L' ' + text;
     columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(i));

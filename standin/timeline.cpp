@@ -1,14 +1,8 @@
 #include "standin/timeline.h"
 
-#include <strings.h>
-
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <sstream>
 
-#include "standin/eventwords.h"
-#include "standin/failure.h"
 #include "standin/selfields.h"
 
 namespace standin {
@@ -70,62 +64,17 @@ void KeepLines(std::vector<Row>& rows, const Lines& lines) {
   rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(std::min<size_t>(rows.size(), lines.begin - 1)));
 }
 
-/// Calls `take` for each of the texts between commas.
-template <typename Take>
-void Split(const std::string& text, Take take) {
-  std::istringstream list(text);
-  for (std::string part; std::getline(list, part, ',');) take(part);
-}
-
 }  // namespace
 
-std::vector<int64_t> ParseSensorTypes(const std::string& text) {
-  std::vector<int64_t> types;
-  Split(text, [&](const std::string& part) {
-    const size_t before = types.size();
-    const bool isHexadecimal = part.rfind("0x", 0) == 0;
-    const char* end = part.data() + part.size();
-    uint8_t number = 0;
-    const auto [stop, error] =
-        std::from_chars(part.data() + (isHexadecimal ? 2 : 0), end, number, isHexadecimal ? 16 : 10);
-    if (error == std::errc() && stop == end) types.push_back(number);
-    for (int type = 1; type <= UINT8_MAX && !part.empty(); ++type) {
-      const std::string name(SensorTypeName(static_cast<uint8_t>(type)));
-      if (strncasecmp(name.c_str(), part.c_str(), part.size()) == 0) types.push_back(type);
-    }
-    if (types.size() == before) {
-      throw Failure(WRONG_ARGUMENTS, "show: --sensor-type: '" + part +
-                                         "' is no sensor type; allowed are numbers, and beginnings of the standard's "
-                                         "words, such as Memory or Drive");
-    }
-  });
-  return types;
-}
-
-std::vector<std::string> ParseSeverities(const std::string& text) {
-  std::vector<std::string> severities;
-  Split(text, [&](const std::string& part) {
-    std::string allowed;
-    for (auto each : {Severity::INFORMATION, Severity::NON_CRITICAL, Severity::FAILURE, Severity::CRITICAL,
-                      Severity::NON_RECOVERABLE}) {
-      if (part == SeverityName(each)) severities.push_back(part);
-      allowed.append(allowed.empty() ? "" : ", ").append(SeverityName(each));
-    }
-    if (severities.empty() || severities.back() != part) {
-      throw Failure(WRONG_ARGUMENTS, "show: --severity: '" + part + "' is none; allowed are " + allowed);
-    }
-  });
-  return severities;
-}
-
-Table ReadView(const Module& module, uint16_t log, const View& view, const RecordKeeper& keeper) {
+Table ReadView(const Module& module, uint16_t log, const std::optional<Lines>& lines, const View& view,
+               const RecordKeeper& keeper) {
   const bool isFiltered = view.since || view.until || !view.sensorTypes.empty() || !view.severities.empty();
   // A module can find some of its newest records faster than all of them.
   const bool asksForLines = log != LOG_ALL && !isFiltered;
   Table table;
   for (const LogName& each : LOGS) {
     if (log == LOG_ALL ? !OffersLog(module, each.id) : log != each.id) continue;
-    Table one = ReadLog(module, each.id, asksForLines ? view.lines : std::nullopt, keeper);
+    Table one = ReadLog(module, each.id, asksForLines ? lines : std::nullopt, keeper);
     FillTimes(one.rows);
     NoteWithoutTime(one.rows, view, each.id);
     table.columns = std::move(one.columns);
@@ -139,7 +88,7 @@ Table ReadView(const Module& module, uint16_t log, const View& view, const Recor
   table.rows.erase(
       std::remove_if(table.rows.begin(), table.rows.end(), [&view](const Row& row) { return !IsWanted(row, view); }),
       table.rows.end());
-  if (view.lines && !asksForLines) KeepLines(table.rows, *view.lines);
+  if (lines && !asksForLines) KeepLines(table.rows, *lines);
   if (view.isReversed) std::reverse(table.rows.begin(), table.rows.end());
   return table;
 }

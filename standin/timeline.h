@@ -21,19 +21,13 @@ struct View {
   std::optional<int64_t> until;
   std::vector<int64_t> sensorTypes;     ///< any when there is none; else records of the event log alone
   std::vector<std::string> severities;  ///< the same
-  std::optional<Lines> lines;           ///< of those records, counted from the newest
   bool isReversed = false;              ///< oldest first
 };
 
-/// The numbers of the sensor types that `text` lists, separated by commas: numbers, or the beginnings of the standard's
-/// words in either case. Throws Failure (wrong arguments).
-std::vector<int64_t> ParseSensorTypes(const std::string& text);
-
-/// The severities that it lists. Throws Failure (wrong arguments).
-std::vector<std::string> ParseSeverities(const std::string& text);
-
-/// The records of a log, or of all that the module offers as one timeline. Throws Failure.
-Table ReadView(const Module& module, uint16_t log, const View& view, const RecordKeeper& keeper);
+/// The records of a log, or of all that the module offers as one timeline; `lines` counts those of the view, from the
+/// newest. Throws Failure.
+Table ReadView(const Module& module, uint16_t log, const std::optional<Lines>& lines, const View& view,
+               const RecordKeeper& keeper);
 
 }  // namespace standin
 

@@ -95,6 +95,26 @@ TEST_F(ProcessesTest, EachGetsTheLogThatItAskedFor) {
   EXPECT_EQ(NewInTmp(), Names());
 }
 
+/// kestrune-host, run again and again beside an agent, which must not notice, and the other way round.
+TEST_F(ProcessesTest, KestruneHostDisturbsNoAgent) {
+  const char* host = std::getenv("KESTRUNE_HOST");
+  if (host == nullptr) GTEST_SKIP() << "built without kestrune-host";
+  Process agent([this] { AskFor({"messages", "cron", "secure"}, false, 100); });
+  Process user([&] {
+    for (int i = 0; i < 20 && !HasFailure(); ++i) {
+      const std::string log = i % 2 == 0 ? "messages" : "application";
+      const std::string line = std::string(host) + " --no-controller show " + log + " --format csv >/usr/zarp/shown";
+      EXPECT_EQ(std::system(line.c_str()), 0);
+      const std::string shown = machine::ReadFile("/usr/zarp/shown");
+      EXPECT_EQ(std::ranges::count(shown, '\n'), 1 + 40);
+      EXPECT_NE(shown.find(i % 2 == 0 ? "messages" : "cron"), std::string::npos);
+    }
+  });
+  EXPECT_EQ(agent.Wait(), 0);
+  EXPECT_EQ(user.Wait(), 0);
+  EXPECT_EQ(NewInTmp(), Names());
+}
+
 TEST_F(ProcessesTest, AnotherUsersFilesAreNeverAnswered) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root";
   Process root([this] { AskFor({"messages", "cron"}, true, 50); });

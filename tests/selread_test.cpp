@@ -75,7 +75,7 @@ TEST_F(SELTest, Histories) {
       EXPECT_EQ(reply.messages, Report("", messages));
       // The host's copy is in the cache's order. An entry 0 cannot be told from the question for the first one.
       const Records kept = PlainRecords({step.kept.rbegin(), step.kept.rend()});
-      if (step.kept != "aa") EXPECT_EQ(keeper.NewestFirst(), kept);
+      EXPECT_TRUE(keeper.NewestFirst() == kept || step.kept == "aa") << testing::PrintToString(keeper.NewestFirst());
     }
     EXPECT_EQ(module.SPUninitialize(), 1);  // which forgets the log
     Host().controller = &controller;
