@@ -61,19 +61,24 @@ export async function readCatalogue() {
 // What is asked for beside the log: all that kestrune-host knows of an event, and of a line of text also its year.
 const columnsFor = (log) => (isSEL(log) ? [] : ["--columns", "timestamp,date,time,host,source,message"]);
 
-// Records `first` to `last` of a log, counted from the newest, which is 1, and what kestrune-host noted.
-export async function readRange(log, first, last, signal) {
-  const { output, notes } = await runHost(
-    ["show", log, "--lines", `${first}-${last}`, "--format", "json", ...columnsFor(log)], { signal });
-  return { records: JSON.parse(output), notes };
+// Records of a log, newest first, which onRecords gets as they come in: all, or `lines`, two numbers counted from the
+// newest, which is 1. Resolves to what kestrune-host noted when it has ended, which on the way through Cockpit takes
+// tens of milliseconds more than the records.
+export async function readRecords(log, { lines, signal, onRecords }) {
+  let rest = "";
+  const range = lines ? ["--lines", lines.join("-")] : [];
+  const { notes } = await runHost(["show", log, "--format", "jsonl", ...range, ...columnsFor(log)], { signal,
+    onOutput: (text) => {
+      const whole = (rest + text).split("\n");
+      rest = whole.pop();
+      onRecords(whole.map((line) => JSON.parse(line)));
+    } });
+  return notes;
 }
 
-// All records of a log, newest first, which onRecords gets as they come in.
-export async function readAll(log, signal, onRecords) {
-  let rest = "";
-  await runHost(["show", log, "--format", "jsonl", ...columnsFor(log)], { signal, onOutput: (text) => {
-    const lines = (rest + text).split("\n");
-    rest = lines.pop();
-    onRecords(lines.map((line) => JSON.parse(line)));
-  } });
+// The `count` newest records of a log.
+export async function readNewest(log, count, signal) {
+  const records = [];
+  await readRecords(log, { lines: [1, count], signal, onRecords: (more) => records.push(...more) });
+  return records;
 }

@@ -8,7 +8,7 @@ import { save } from "./download.js";
 import { announce, find, make, number, records as recordsOf } from "./elements.js";
 import { visible } from "./fields.js";
 import { Filter } from "./filter.js";
-import { readRange } from "./hostcommand.js";
+import { readNewest, readRecords } from "./hostcommand.js";
 import { PAGE_SIZE, Paging } from "./paging.js";
 import { Table } from "./table.js";
 import { WholeLog } from "./wholelog.js";
@@ -132,7 +132,7 @@ export class LogView {
   // How many new records there are in a log that is as long as it was: a full one loses its oldest for each of them.
   async #countOverwriting() {
     try {
-      const { records } = await readRange(this.name, 1, PAGE_SIZE, this.#ending.signal);
+      const records = await readNewest(this.name, PAGE_SIZE, this.#ending.signal);
       const keys = records.map((record) => JSON.stringify(record));
       const place = this.#newest === null ? 0 : keys.indexOf(this.#newest);
       this.#newest = keys[0] ?? null;
@@ -156,18 +156,17 @@ export class LogView {
     }
     if (page === 1) this.#skipped = 0;
     const first = (page - 1) * PAGE_SIZE + 1 + this.#skipped;
+    const records = [];
     find("table").setAttribute("aria-busy", "true");
     try {
-      const { records, notes } = await readRange(this.name, first, first + PAGE_SIZE - 1, this.#ending.signal);
+      const notes = await readRecords(this.name, { lines: [first, first + PAGE_SIZE - 1], signal: this.#ending.signal,
+        onRecords: (more) => {
+          records.push(...more);
+          if (turn === this.#turns) this.#showPage(page, first, records);
+        } });
       if (turn !== this.#turns) return;
       clearAlert("log");
-      this.#paging.show(page, this.#count - this.#skipped);
-      const keys = records.map((record) => JSON.stringify(record));
-      if (first === 1) this.#newest = keys[0] ?? null;
-      if (first === 1 && this.#fresh === 0) this.#seen = new Set(keys);
-      this.#table.show(this.name, records, { ...this.#options, empty: "No records.",
-        isFresh: (record, index) => this.#isFresh(record, index + first - 1) });
-      this.#showFresh();
+      if (records.length === 0) this.#showPage(page, first, records);
       if (notes) alert("notes", "info", `kestrune-host notes about the log ${titleOf(this.name)}:`, notes);
       else clearAlert("notes");
       this.#failed = null;
@@ -183,6 +182,17 @@ export class LogView {
     } finally {
       if (turn === this.#turns) find("table").setAttribute("aria-busy", "false");
     }
+  }
+
+  // Shows records of the log itself as a page, the first of which is at the place `first`, counted from 1.
+  #showPage(page, first, records) {
+    const keys = records.map((record) => JSON.stringify(record));
+    if (first === 1) this.#newest = keys[0] ?? null;
+    if (first === 1 && this.#fresh === 0) this.#seen = new Set(keys);
+    this.#paging.show(page, this.#count - this.#skipped);
+    this.#table.show(this.name, records, { ...this.#options, empty: "No records.",
+      isFresh: (record, index) => this.#isFresh(record, index + first - 1) });
+    this.#showFresh();
   }
 
   // Whether a record, at a place in the log, came in since it was opened.

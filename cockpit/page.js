@@ -29,8 +29,8 @@ function fail(topic, what, error, again) {
 
 const view = new LogView({ onFailure: fail, onGone: () => look() });
 const catalogue = new Catalogue((name) => {
+  open(logs.find((log) => log.name === name));
   cockpit.location.go([name]);
-  if (name === view.name) openChosen(); // the address stays the same, and yet the reader wants to see it afresh
 });
 const form = new WriteForm(() => look());
 
@@ -58,13 +58,16 @@ async function look() {
   if (inView() && !isLost) timer = setTimeout(look, pause);
 }
 
-// Opens the log that the address names, or else the first one that has records.
+function open(log) {
+  view.open(log);
+  catalogue.show(logs, log.name);
+}
+
+// Opens the log that the address names, or else the first one that has records, unless it is open.
 function openChosen() {
   const [wanted] = cockpit.location.path;
   const log = logs.find(({ name }) => name === wanted) ?? logs.find(({ records }) => records > 0) ?? logs[0];
-  if (!log) return;
-  view.open(log);
-  catalogue.show(logs, log.name);
+  if (log && log.name !== view.name) open(log);
 }
 
 // When the page comes back into view it looks at once.

@@ -1,7 +1,7 @@
 // wholelog.js: all of one log, for what needs all of it: chart, search and download. It is read in the background, as
 // kestrune-host writes it, and then kept up to date with what is new.
 
-import { readAll, readRange } from "./hostcommand.js";
+import { readNewest, readRecords } from "./hostcommand.js";
 
 export class WholeLog {
   records = []; // newest first
@@ -31,10 +31,10 @@ export class WholeLog {
 
   async #readAll() {
     const records = (this.records = []);
-    await readAll(this.#log, this.#signal, (more) => {
+    await readRecords(this.#log, { signal: this.#signal, onRecords: (more) => {
       for (const record of more) records.push(record);
       this.#onProgress();
-    });
+    } });
     this.isComplete = true;
     this.#onProgress();
   }
@@ -45,7 +45,7 @@ export class WholeLog {
   async catchUp(count, length) {
     await this.#reading;
     if (!this.isComplete) return;
-    const { records } = await readRange(this.#log, 1, count + 1, this.#signal);
+    const records = await readNewest(this.#log, count + 1, this.#signal);
     const known = this.records[0];
     const follows = known === undefined ? records.length === count
       : records.length === count + 1 && JSON.stringify(records.pop()) === JSON.stringify(known);
