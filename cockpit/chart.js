@@ -83,10 +83,16 @@ export class Chart {
       onclick: this.onRead }, `Read all ${recordsOf(count)} for a chart`));
   }
 
+  // Keeps the room free for the chart that comes, so that nothing moves when it does.
+  reserve() {
+    this.#area.style.minHeight = `${HEIGHT}px`;
+  }
+
   clear() {
     this.#drawn = null;
     this.#head.replaceChildren();
     this.#area.replaceChildren();
+    this.#area.style.minHeight = "";
   }
 
   // Shows records of a log over a range of wall-clock times, in which what the reader did not name is not a number.

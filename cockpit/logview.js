@@ -71,10 +71,10 @@ export class LogView {
     this.#showCount();
     if (records === 0 && note) alert("gone", "warning", `The log ${titleOf(name)} has no records: ${visible(note)}`);
     if (records === 0) return this.#showEmpty();
+    if (records <= UNASKED) this.#chart.reserve();
+    else this.#chart.offer(records);
     await this.#turn(1);
-    if (signal.aborted) return;
-    if (this.#count <= UNASKED) await this.#readWhole();
-    else if (!this.#whole.isReading) this.#chart.offer(this.#count);
+    if (!signal.aborted && records <= UNASKED) await this.#readWhole();
   }
 
   // Ends whatever is still read, and empties the view.
@@ -115,6 +115,7 @@ export class LogView {
       alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
       return;
     }
+    if (records > this.#count) this.#newest = null; // to be looked for anew
     this.#count = records;
     this.#fresh += growth;
     this.#showCount();
@@ -156,17 +157,19 @@ export class LogView {
     }
     if (page === 1) this.#skipped = 0;
     const first = (page - 1) * PAGE_SIZE + 1 + this.#skipped;
+    const expected = Math.min(PAGE_SIZE, this.#count - first + 1);
     const records = [];
     find("table").setAttribute("aria-busy", "true");
     try {
       const notes = await readRecords(this.name, { lines: [first, first + PAGE_SIZE - 1], signal: this.#ending.signal,
         onRecords: (more) => {
           records.push(...more);
-          if (turn === this.#turns) this.#showPage(page, first, records);
+          // Not before, or rows that stay would go for a moment, and the focus with them.
+          if (turn === this.#turns && records.length >= expected) this.#showPage(page, first, records);
         } });
       if (turn !== this.#turns) return;
       clearAlert("log");
-      if (records.length === 0) this.#showPage(page, first, records);
+      if (records.length < expected) this.#showPage(page, first, records);
       if (notes) alert("notes", "info", `kestrune-host notes about the log ${titleOf(this.name)}:`, notes);
       else clearAlert("notes");
       this.#failed = null;
