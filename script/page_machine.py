@@ -11,6 +11,7 @@ import pathlib
 import socket
 import struct
 import subprocess
+import sys
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -104,6 +105,11 @@ def serve(port):
                             env=dict(os.environ, XDG_DATA_HOME="/tmp/share", PATH="/tmp/bin", HOME="/tmp"))
 
 
+def answers(port):
+    with socket.socket() as tried:
+        return tried.connect_ex(("127.0.0.1", port)) == 0
+
+
 def address(port):
     return f"http://127.0.0.1:{port}/cockpit/@localhost/kestrune/index.html"
 
@@ -136,12 +142,17 @@ def main():
     parser.add_argument("--host", required=True, help="the built kestrune-host")
     parser.add_argument("--ipmi-sim", action="store_true")
     arguments = parser.parse_args()
+    if answers(arguments.port):
+        print(f"script/page: port {arguments.port} is taken; --port names another", file=sys.stderr)
+        return 1
     options = ["--sel", "/tmp/sel.raw", "--sensors", str(SAMPLE / "sensors.json")]
     if arguments.ipmi_sim:
         options = simulate_controller()[1]
     install_command(arguments.host, options)
     server = serve(arguments.port)
     try:
+        while server.poll() is None and not answers(arguments.port):
+            time.sleep(0.05)
         print(f"\nThe page: {address(arguments.port)}\nCtrl-C ends it.", flush=True)
         return server.wait()
     except KeyboardInterrupt:
