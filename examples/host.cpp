@@ -13,7 +13,9 @@
 
 #include "kestrune/kestrune.h"
 
-// What the module imports from its host. This host has no controller, so the hardware-access functions say so.
+// What the module imports from its host. The gm... functions are those of NUBO, a host's hardware-access module: the
+// way to the management controller. Many machines have no controller, and that is a normal case: NUBO answers 0 from
+// the first, and the module shows the text logs and does not offer the System Event Log.
 extern "C" {
 
 __attribute__((format(printf, 2, 3))) void Output(int level, const char* format, ...) {

@@ -11,7 +11,8 @@ fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
 page_packages=(cockpit-ws cockpit-bridge python3)
 browser_packages=(chromium chromium-driver python3-selenium)  # in which the page is tested and measured
 package_packages=(dpkg-dev file)  # beside those to build
-test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool
+test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool freeipmi-tools
+  rsyslog logrotate socat zsh
   "${page_packages[@]}" "${browser_packages[@]}")
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
@@ -25,6 +26,41 @@ fail() {
 
 # The end for wrong arguments.
 wrong() { fail "$1" 2; }
+
+# Whether this user can make the namespaces of a private machine.
+has_namespaces() {
+  if type -P bwrap >/dev/null; then
+    bwrap --unshare-pid --ro-bind / / --dev /dev --proc /proc true 2>/dev/null
+  else  # the same right, before the package is there
+    unshare --user --map-root-user --mount --pid --fork true 2>/dev/null
+  fi
+}
+
+# Ends the script where a plain user has no right to make namespaces. Root needs none.
+require_namespaces() {
+  ((EUID == 0)) || has_namespaces || fail "a plain user needs the right to make namespaces, and this one has not; \
+run it as root, or see 'sysctl kernel.unprivileged_userns_clone user.max_user_namespaces'" 125
+}
+
+# Copies the log $2, which becomes /var/log/$1, to standard output. Lines that begin with an ISO stamp, as Debian 12
+# writes them unless told otherwise, get the traditional one, which the module knows; standard error says so.
+copy_log() {
+  local month number=1 iso='^[0-9]{4}-[01][0-9]-[0-3][0-9]T[0-2][0-9](:[0-9]{2}){2}[^ ]* ' program
+  program="0,/$iso/{//{
+    h
+    s|.*|$self: ${1//[^[:alnum:]._-]/?} has ISO stamps; its copy gets traditional ones (Mmm dd hh:mm:ss)|
+    w /dev/stderr
+    g
+    }}
+    /$iso/{"
+  for month in Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec; do
+    printf -v program '%s\ns/^....-%02d-/%s /' "$program" $((number++)) $month
+  done
+  LC_ALL=C sed -E "$program"'
+    s/^(... )0/\1 /
+    s/^(.{6})T(.{8})[^ ]*/\1 \2/
+    }' <"$2"
+}
 
 # Installs those of the packages $@ that are missing; quick and quiet when none is. Under ctest, which sets
 # KESTRUNE_INSTALL=never, missing ones are an error: only who starts a script wants packages installed.

@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # The private machine where namespaces are refused: a folder with copies of all that the command may need, into which it is
 # put by chroot, removed afterwards. A part of script/machine: run_in_copy is called there, and its variables own, laid,
-# files, seen, command and folder say what to do.
+# seen, command and folder say what to do.
 
 # What the module runs, and what a test or a person at the private machine's shell may want besides.
 tools=(sh cp mv rm cat tail grep sed awk wc sort
@@ -60,7 +60,7 @@ make_copy() {
   fi
   for each in "${!laid[@]}"; do
     mkdir -p ".${laid[each]%/*}"
-    cat -- "${files[each]}" >".${laid[each]}"
+    content "$each" >".${laid[each]}"
   done
 }
 

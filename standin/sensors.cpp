@@ -186,7 +186,7 @@ int64_t ConvertReading(const Sensor& sensor, uint8_t raw) {
   if (reading < 0 && sensor.onesComplement) ++reading;
   const double offset = sensor.b * std::pow(10.0, sensor.bExp);
   const double linear = (sensor.m * reading + offset) * std::pow(10.0, sensor.rExp);
-  const double value = Linearise(sensor.linearisation, linear);
+  const double value = Linearise(sensor.linearisation, linear) * (sensor.unit == "V" ? 1000 : 1);
   if (!std::isfinite(value)) return 0;
   constexpr double HIGHEST = 9e18;
   return std::llround(std::clamp(value, -HIGHEST, HIGHEST));

@@ -6,7 +6,7 @@
 ///   "number"          0 to 255, the controller's number of the sensor
 ///   "hostId"          0 to 4294967295, the host's ID of it
 ///   "name"            the host's name of it
-///   "unit"            the unit of its readings, for the reader alone (may be left out)
+///   "unit"            the unit of its readings (may be left out); "V" alone makes a difference: see ConvertReading
 ///   "M", "B"          -512 to 511   \  linear conversion of a raw reading x:
 ///   "bExp", "rExp"    -8 to 7       /  (M * x + B * 10^bExp) * 10^rExp (may be left out: 1, 0, 0, 0)
 ///   "signed"          whether a raw reading is a signed byte (may be left out: false)
@@ -51,7 +51,8 @@ std::string DescribeSensors(const Sensors& sensors);
 /// The first sensor with this host ID, or null.
 const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId);
 
-/// The sensor's value at the raw reading, rounded to the nearest integer; 0 where the sensor's function has no value.
+/// The sensor's value at the raw reading, rounded to the nearest integer; 0 where the sensor's function has no value. Of
+/// a sensor that measures volts it is in millivolts, which is what modules take a voltage for.
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw);
 
 }  // namespace standin

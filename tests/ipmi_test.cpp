@@ -36,7 +36,7 @@ TEST(IPMISimulator, SensorsAndReadings) {
       {"Plain", {}, 200, 200, "degrees C"},
       {"Two's", {.form = 0x80}, 0xEC, -20, "degrees C"},
       {"One's", {.form = 0x40}, 0xEC, -19, "degrees C"},
-      {"Factors", {.unit = 4, .m = -512, .b = 511, .bExp = 2, .rExp = -3}, 10, 46, "V"},
+      {"Factors", {.unit = 4, .m = -512, .b = 511, .bExp = 2, .rExp = -3}, 10, 45980, "V"},
       {"Big", {.unit = 18, .m = 511, .b = -512, .bExp = -8, .rExp = 7}, 1, 5109999949, "RPM"},
       {"Log", {.unit = 6, .function = 2, .m = 100, .rExp = 1}, 100, 5, "W"},
       {"Power of 2", {.unit = 6, .function = 6}, 10, 1024, "W"},
@@ -69,7 +69,7 @@ TEST(IPMISimulator, SensorsAndReadings) {
     std::string name, value, rest;
     std::getline(std::getline(std::getline(others, name, ','), value, ','), rest);
     EXPECT_EQ(name, r.name);
-    EXPECT_EQ(std::llround(std::atof(value.c_str())), r.value) << value;
+    EXPECT_EQ(std::llround(std::atof(value.c_str()) * (sensor.unit == "V" ? 1000 : 1)), r.value) << value;
   }
   machine::WriteFile("/tmp/sensors.json", DescribeSensors(controller.GetSensors()));
   EXPECT_EQ(ReadSensors("/tmp/sensors.json"), controller.GetSensors());
@@ -88,6 +88,60 @@ TEST(IPMISimulator, KestruneHostShowsAndSavesALog) {
   EXPECT_EQ(OutputOf("IPMI_PASSWORD=wrong " + live + "show sel 2>&1; echo $?"),
             "kestrune-host: no session with the controller at 127.0.0.1 port " + std::to_string(simulator.Port()) +
                 ": wrong user or password\n1\n");
+}
+
+/// Three readers of one log agree on each record. They differ in words by design: ours are the module's.
+TEST(IPMISimulator, OthersReadTheSameRecords) {
+  const struct {
+    const char *event, *ours, *ipmitool, *freeipmi;
+  } records[] = {
+      // The module's words tell neither the threshold nor the direction.
+      {"1 1 0x01 0x57 80 75",  // sensor type and number, event type, event data
+       "1,2024-01-11T14:49:36Z,1,asserted,CPU Temp,CPU Temp over-temperature: 80 degrees C",
+       "1,01/11/24,14:49:36 UTC,Temperature CPU Temp,Upper Non-critical going high,Asserted,"
+       "Reading 80 > Threshold 75 degrees C",
+       "1,Jan-11-2024,14:49:36,CPU Temp,Temperature,Assertion Event,"
+       "Upper Non-critical - going high ; Sensor Reading = 80.00 C ; Threshold = 75.00 C"},
+      {"1 1 0x81 0x59 81 90", "2,2024-01-11T14:49:36Z,1,deasserted,CPU Temp,CPU Temp over-temperature: 81 degrees C",
+       "2,01/11/24,14:49:36 UTC,Temperature CPU Temp,Upper Critical going high,Deasserted,"
+       "Reading 81 < Threshold 90 degrees C",
+       "2,Jan-11-2024,14:49:36,CPU Temp,Temperature,Deassertion Event,"
+       "Upper Critical - going high ; Sensor Reading = 81.00 C ; Threshold = 90.00 C"},
+      // A sensor without a record: each names it in its own way.
+      {"0x0c 2 0x6f 0xa1 0xff 3", "3,2024-01-11T14:49:36Z,2,asserted,Memory,Uncorrectable ECC",
+       "3,01/11/24,14:49:36 UTC,Memory #0x02,Uncorrectable ECC,Asserted",
+       "3,Jan-11-2024,14:49:36,Sensor #2,Memory,Assertion Event,"
+       "Uncorrectable memory error ; OEM Event Data3 code = 03h"},
+  };
+  const IPMISimulator simulator(AddSDR(MakeFull(1, Latin("CPU Temp"), {})));
+  for (const auto& r : records) {
+    simulator.Tool("raw 0x0a 0x49 0 0 0xa0 0x65");  // its clock
+    simulator.Tool("raw 0x0a 0x44 0 0 2 0 0 0 0 0x20 0 4 " + std::string(r.event));
+  }
+  const std::string address = "127.0.0.1:" + std::to_string(simulator.Port());
+  std::istringstream ours(OutputOf("IPMI_PASSWORD=secret " + std::string(std::getenv("KESTRUNE_HOST")) + " --ipmi " +
+                                   address + " --ipmi-user reader show sel --reverse --format csv --columns " +
+                                   "recordId,timestamp,sensorNumber,direction,sensor,description | sed 's/\r//;1d'"));
+  std::istringstream ipmitool(simulator.Tool("-c sel elist"));
+  // This client wants to be told the privilege of its session, which the simulator does not do.
+  std::istringstream freeipmi(OutputOf("ipmi-sel --config-file=/dev/null -D LAN_2_0 -W opensesspriv -h " + address +
+                                       " -u boss -p mighty -l admin --sdr-cache-directory=/tmp --quiet-cache -v " +
+                                       "--comma-separated-output --no-header-output"));
+  const auto next = [](std::istream& list) {
+    std::string line;
+    std::getline(list, line);
+    return line;
+  };
+  for (const auto& r : records) {
+    const std::string line = next(ours);
+    // The clock may have gone on by a second before the event came.
+    const auto at = [second = line.substr(0, 21).ends_with('7') ? '7' : '6'](std::string text) {
+      return text.replace(text.find("14:49:36") + 7, 1, 1, second);
+    };
+    EXPECT_EQ(line, at(r.ours));
+    EXPECT_EQ(next(ipmitool), at(r.ipmitool));
+    EXPECT_EQ(next(freeipmi), at(r.freeipmi));
+  }
 }
 
 TEST(IPMISimulator, LogsThatChange) {
