@@ -126,6 +126,8 @@ void StartModule(const char* path);
 double WholeTextFetch();
 double WholeSELFetch();
 double NewestLines();
+/// The whole fetch and the freeing, with the probe between host and module, over those without it.
+double ProbedTextFetch(const char* probe, const char* realModule);
 double SELCount();
 
 /// Time per item of whole fetches of `log` over that at the smallest size, the worst of the other sizes.

@@ -25,6 +25,8 @@ void Measure() {
   bench::Row("whole fetch of 30,000 lines, stale cache, UTF-8", "the commands by hand, and the floor",
              bench::WholeTextFetch(), 1.1);
   bench::Row("newest 20 of 30,000 lines, current cache", "the commands by hand", bench::NewestLines(), 1.1);
+  bench::Row("whole fetch of 30,000 lines, probed", "the same without the probe",
+             bench::ProbedTextFetch(KESTRUNE_BENCH_PROBE, KESTRUNE_BENCH_MODULE), 1.5);
   bench::Row("lines into items, 30,000 lines", "the floor", routines.linesToItems.back(), 1.5);
   bench::Row("whole fetch of an unchanged SEL, 65,000 records", "the copy command, and the floor",
              bench::WholeSELFetch(), 2);

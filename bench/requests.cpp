@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -135,6 +136,33 @@ double NewestLines() {
     Check(range.dwCount == PAGE, "fetch of a range");
   };
   return Pair{{{}, fetch, [&] { Free(items); }}, {{}, NewestLinesByHand, {}}}.MedianRatio();
+}
+
+double ProbedTextFetch(const char* probe, const char* realModule) {
+  // The probe gets a module of its own: that of the other rows stays as it is, and started.
+  const std::string copy = "/tmp/libkestrune.so";
+  std::filesystem::copy_file(realModule, copy);
+  setenv("KESTRUNE_PROBE_MODULE", copy.c_str(), 1);
+  Lay(LOG_MESSAGES, LINES.back());
+  Items items(LINES.back());
+  const standin::Module* const bare = module;
+  std::optional<standin::Module> probed;
+  const auto load = [&] {
+    DropCaches();
+    module = &probed.emplace(probe);
+    Check(module->SPInitialize(nullptr, nullptr) == 1, "start of the probe");
+  };
+  const auto unload = [&] {
+    module = bare;
+    probed.reset();
+  };
+  const auto fetch = [&] {
+    Fetch(LOG_MESSAGES, items);
+    Free(items);
+  };
+  const double ratio = Pair{{load, fetch, unload}, {DropCaches, fetch, {}}}.MedianRatio();
+  unlink(copy.c_str());
+  return ratio;
 }
 
 double SELCount() {

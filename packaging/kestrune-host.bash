@@ -1,7 +1,7 @@
 # bash completion for kestrune-host
 _kestrune_host() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command='' log='' used=' ' each
-  local options='--module --dist --verbose --sel --sensors --sel-log --ipmi --ipmi-user --ipmi-password-file
+  local options='--module --dist --verbose --trace --sel --sensors --sel-log --ipmi --ipmi-user --ipmi-password-file
     --ipmi-privilege --ipmi-timeout --no-controller --help'
   COMPREPLY=()
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
@@ -18,7 +18,7 @@ _kestrune_host() {
     esac
   done
   case $before in
-    --module | --sel | --sensors | --sel-log | --ipmi-password-file | --state)
+    --module | --trace | --sel | --sensors | --sel-log | --ipmi-password-file | --state)
       compopt -o filenames
       mapfile -t COMPREPLY < <(compgen -f -- "$word")
       return ;;

@@ -9,9 +9,12 @@ build_packages=(g++ cmake ninja-build pkg-config libcli11-dev libopenipmi-dev li
 demo_packages=("${build_packages[@]}" socat)
 fleet_packages=(openipmi ipmitool systemd systemd-journal-remote python3)  # beside those to build
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-dev llvm)
+page_packages=(cockpit-ws cockpit-bridge python3)
+browser_packages=(chromium chromium-driver python3-selenium)  # in which the page is tested and measured
 package_packages=(dpkg-dev file)  # beside those to build
 test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool freeipmi-tools
-  rsyslog logrotate socat zsh systemd)
+  rsyslog logrotate socat zsh systemd
+  "${page_packages[@]}" "${browser_packages[@]}")
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }

@@ -89,6 +89,7 @@ void AddGlobalOptions(CLI::App& app, Options& options) {
       ->check(Within(INT_MIN, INT_MAX))
       ->type_name("CODE");
   app.add_flag("--verbose", options.verbose, "Show all of the module's messages, not errors and warnings alone");
+  app.add_option("--trace", options.trace, "Write each call of the module as a line of JSON")->type_name("FILE");
   app.add_option("--sel-log", options.selLog,
                  "A SEL log file, laid at /etc/zarp/conf/ipmi.log meanwhile, where there is none")
       ->type_name("FILE");

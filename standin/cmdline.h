@@ -20,6 +20,7 @@ struct Options {
 
   std::string module;
   bool verbose = false;
+  std::optional<std::string> trace;
   int distribution = 0;
   std::optional<std::string> sel;
   std::optional<std::string> sensors;

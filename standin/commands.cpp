@@ -108,7 +108,7 @@ void RunDumpSel(const Options& options) {
   if (!session.GetController().IsPresent()) {
     throw Failure(REQUEST_FAILED, "dump-sel: " + WhyMissing(LOG_SEL));
   }
-  session.LetModulePrint(session.GetModule().ShowBMCSELLogDebug);
+  session.LetModulePrint([&] { DumpControllerLog(session.GetModule()); });
   session.Stop();
   session.RequireAnswers();
 }

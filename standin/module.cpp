@@ -9,6 +9,7 @@
 #include <fstream>
 #include <vector>
 
+#include "probe/trace.h"
 #include "standin/failure.h"
 
 namespace standin {
@@ -52,7 +53,8 @@ Module::Module(const std::string& path)
 
 bool Module::Unload() {
   if (handle_ == nullptr) return true;
-  SPUninitialize();
+  probe::TracedCall traced("SPUninitialize");
+  traced.End(SPUninitialize());
   handle_.reset();
   return dlopen(path_.c_str(), RTLD_NOW | RTLD_NOLOAD) == nullptr;
 }

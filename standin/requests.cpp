@@ -6,6 +6,7 @@
 #include <ratio>
 #include <vector>
 
+#include "probe/trace.h"
 #include "standin/failure.h"
 #include "standin/items.h"
 #include "standin/logfiles.h"
@@ -32,7 +33,11 @@ constexpr uint32_t SPARE = 1;
 }
 
 bool Request(const Module& module, uint32_t operation, const char* name, void* arg1, void* arg2, void* arg3) {
-  return module.SPConfig(operation, name, arg1, arg2, arg3) != 0;
+  const probe::Request request = probe::ReadRequest(operation, name, arg1, arg2, arg3);
+  probe::TracedCall traced("SPConfig", request);
+  const int32_t result = module.SPConfig(operation, name, arg1, arg2, arg3);
+  traced.End(result, request);
+  return result != 0;
 }
 
 /// `ask(count, records)` sends the request: without records for the count, then with room for `count` of them; it
@@ -164,7 +169,11 @@ const std::vector<Column> SEL_COLUMNS = [] {
 
 void Start(const Module& module) {
   uint32_t out = 0;
-  if (module.SPInitialize(&START_SETTINGS, &out) == 0) {
+  probe::TracedCall traced("SPInitialize");
+  traced.Add("settings", START_SETTINGS);
+  const int32_t result = module.SPInitialize(&START_SETTINGS, &out);
+  traced.End(result);
+  if (result == 0) {
     throw Failure(REQUEST_FAILED, "the module refused to start: " + LastError());
   }
 }
@@ -237,6 +246,12 @@ Table ReadSettings(const Module& module) {
 
 void WriteSettings(const Module& module, uint64_t word) {
   if (!Request(module, SP_OP_SET, SP_GBLPROPERTY, &word, nullptr, nullptr)) Refused(SP_GBLPROPERTY);
+}
+
+void DumpControllerLog(const Module& module) {
+  probe::TracedCall traced("ShowBMCSELLogDebug");
+  module.ShowBMCSELLogDebug();
+  traced.End();
 }
 
 }  // namespace standin

@@ -68,6 +68,9 @@ Table ReadSettings(const Module& module);
 
 void WriteSettings(const Module& module, uint64_t word);
 
+/// Has the module print the controller's log.
+void DumpControllerLog(const Module& module);
+
 }  // namespace standin
 
 #endif  // KESTRUNE_STANDIN_REQUESTS_H_

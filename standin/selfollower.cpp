@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t OVERLAP = 2 * CHAIN;
 
 /// Keys that are remembered: those of a full controller, and an archive behind it.
-constexpr size_t MOST_SEEN = 2 * 65'536;
+constexpr size_t MOST_SEEN = size_t{2} * 65'536;
 
 /// Looks after which a list without the host's copy of every record is taken as it is.
 constexpr int PATIENCE = 3;

@@ -51,8 +51,8 @@ std::string DescribeSensors(const Sensors& sensors);
 /// The first sensor with this host ID, or null.
 const Sensor* FindSensor(const Sensors& sensors, uint32_t hostId);
 
-/// The sensor's value at the raw reading, rounded to the nearest integer; 0 where the sensor's function has no value. Of
-/// a sensor that measures volts it is in millivolts, which is what modules take a voltage for.
+/// The sensor's value at the raw reading, rounded to the nearest integer; 0 where the sensor's function has no value.
+/// Of a sensor that measures volts it is in millivolts, which is what modules take a voltage for.
 int64_t ConvertReading(const Sensor& sensor, uint8_t raw);
 
 }  // namespace standin

@@ -9,6 +9,7 @@
 #include <sstream>
 #include <utility>
 
+#include "probe/trace.h"
 #include "standin/controllers.h"
 #include "standin/failure.h"
 #include "standin/host.h"
@@ -61,6 +62,9 @@ class InterruptibleController final : public Controller {
 
 Session::Session(const Options& options) : path_(options.module), verbose_(options.verbose) {
   RequireCommands();
+  if (options.trace && !probe::OpenTrace(options.trace->c_str())) {
+    throw Failure(REQUEST_FAILED, "cannot write '" + *options.trace + "': " + std::strerror(errno));
+  }
   // All of the machine has to be there before the module starts.
   controller_ = std::make_unique<InterruptibleController>(MakeController(options));
   host->controller = &keeper_.emplace(*controller_);
