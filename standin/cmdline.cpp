@@ -43,6 +43,7 @@ struct Texts {
   std::optional<std::string> until;
   std::optional<std::string> sensorTypes;
   std::optional<std::string> severities;
+  std::optional<std::string> columns;
   std::string text;
   std::optional<std::string> word;
   std::optional<std::string> ipmi;
@@ -135,7 +136,7 @@ void AddShow(CLI::App& app, Options& options, Texts& texts) {
   show.add_option("--severity", texts.severities, "Event log records of these severities alone: critical, failure")
       ->type_name("NAME[,NAME...]");
   show.add_flag("--reverse", options.view.isReversed, "Oldest first");
-  show.add_option("--columns", options.columns, "Fields to show")->type_name("NAME[,NAME...]");
+  show.add_option("--columns", texts.columns, "Fields to show")->type_name("NAME[,NAME...]");
   AddFormat(show, options);
 }
 
@@ -194,6 +195,7 @@ void TakeValues(const Texts& texts, Options& options) {
   }
   if (texts.lines) options.lines = ParseLines(*texts.lines);
   TakeView(texts, options, options.view);
+  if (texts.columns) options.columns = SplitList(*texts.columns);
   if (texts.word) options.word = ParseWord(*texts.word);
   if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);
   if (texts.privilege == "operator") options.ipmi.privilege = IPMIPrivilege::OPERATOR;

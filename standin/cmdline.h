@@ -32,7 +32,7 @@ struct Options {
   uint16_t log = LOG_ALL;                   ///< show
   std::optional<Lines> lines;               ///< show
   View view;                                ///< show
-  std::optional<std::string> columns;       ///< show
+  std::vector<std::string> columns;         ///< show; those of the log when there is none
   uint32_t level = 0;                       ///< write
   std::wstring text;                        ///< write
   std::optional<uint64_t> word;             ///< settings

@@ -73,7 +73,7 @@ void RunShow(const Options& options) {
   }
   if (!isOffered) throw Failure(REQUEST_FAILED, "no log is offered; kestrune-host logs --all tells why");
   Table table = ReadView(module, options.log, options.lines, options.view, session.GetKeeper());
-  if (options.columns) ChooseColumns(table, *options.columns);
+  if (!options.columns.empty()) ChooseColumns(table, options.columns);
   ShowNotes(notes);
   StopAndShow(session, table, options.format);
 }

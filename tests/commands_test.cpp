@@ -103,6 +103,8 @@ TEST(KestruneHost, AnswersWhatPeopleType) {
       {"$host show sel --lnes 1", 2, NONE, "did you mean '--lines'? See kestrune-host show --help\n"},
       {"$host show sel --lines 3-2", 2, NONE, "'3-2' is no range; allowed are A-B"},
       {"$host show sel -n 1 --lines 1", 2, NONE, "--lines excludes -n"},
+      {"$host show messages --columns ''", 2, NONE, "--columns: '' is no column here"},
+      {"$host show all --severity critical,", 2, NONE, "--severity: '' is none; allowed are"},
       {"$host --sel - --sensors - logs", 2, NONE, "cannot both be standard input"},
       {"$host show --help", 0, "(default: table)", NONE},
   };
