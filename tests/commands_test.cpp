@@ -111,6 +111,15 @@ TEST(KestruneHost, AnswersWhatPeopleType) {
   for (const Case& c : cases) Check(c);
 }
 
+/// A signal while the password is asked for.
+TEST(KestruneHost, LeavesNoSilentTerminal) {
+  machine::Reset();
+  Check(
+      {"timeout 20 script -qec \"$host --ipmi 127.0.0.1:1 show sel & until stty -a | grep -q ' -echo '; do :; done;"
+       "kill \\$!; wait \\$!; stty -a | grep -o ' echo '\" /dev/null",
+       0, " echo ", NONE});
+}
+
 TEST(KestruneHost, ReadsPipesOnce) {
   machine::Reset();
   const std::string raw = std::string(RAW) + "mkfifo /usr/zarp/pipe\n";
