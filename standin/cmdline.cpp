@@ -64,6 +64,8 @@ void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
   app.add_option("--ipmi-password-file", options.passwordFile,
                  "File with the password (else $IPMI_PASSWORD, else asked)")
       ->type_name("FILE");
+  app.add_flag("--ipmi-fallback", options.ipmi.allowIPMI15,
+               "Log in by IPMI 1.5 where it does not know RMCP+ (IPMI 2.0)");
   app.add_option("--ipmi-privilege", texts.privilege,
                  "Privilege to ask for: user, operator, administrator (default: user)")
       ->check(OneOf({"user", "operator", "administrator"}))
