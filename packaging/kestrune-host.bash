@@ -44,6 +44,7 @@ _kestrune_host() {
       options+=' --force' ;;
     settings) options+=' --set --format' ;;
     pack-sel)
+      options+=' --force'
       if [[ $word != -* ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$word")

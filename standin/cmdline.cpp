@@ -102,6 +102,10 @@ void AddFormat(CLI::App& command, Options& options) {
       ->type_name("FORMAT");
 }
 
+void AddForce(CLI::App& command, Options& options) {
+  command.add_flag("--force", options.force, "Overwrite files that are there");
+}
+
 CLI::Option* AddNewest(CLI::App& command, Options& options) {
   const auto take = [&options](uint32_t count) { options.lines = Lines{1, count}; };
   return command.add_option_function<uint32_t>("-n", take, "The newest N alone")
@@ -165,13 +169,14 @@ void AddSave(CLI::App& app, Options& options, Texts&) {
   CLI::App& save = *app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
   save.add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
   save.add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")->type_name("FILE");
-  save.add_flag("--force", options.force, "Overwrite files that are there");
+  AddForce(save, options);
 }
 
 void AddPackSel(CLI::App& app, Options& options, Texts&) {
   CLI::App& pack = *app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
   pack.add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
-  pack.add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+  pack.add_option("OUT", options.packed, "The SEL log file, a new one")->required()->type_name("");
+  AddForce(pack, options);
 }
 
 void AddCommands(CLI::App& app, Options& options, Texts& texts) {

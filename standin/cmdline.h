@@ -40,7 +40,7 @@ struct Options {
   std::string packed;                       ///< pack-sel
   std::optional<std::string> savedSel;      ///< save
   std::optional<std::string> savedSensors;  ///< save
-  bool force = false;                       ///< save
+  bool force = false;                       ///< save, pack-sel
 };
 
 /// Throws Failure (wrong arguments) with what was wrong and what is allowed.

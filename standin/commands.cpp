@@ -113,7 +113,7 @@ void RunSave(const Options& options) {
   });
 }
 
-void RunPackSel(const Options& options) { PackSelLog(options.raw, options.packed); }
+void RunPackSel(const Options& options) { PackSelLog(options.raw, options.packed, options.force); }
 
 struct Command {
   const char* name;

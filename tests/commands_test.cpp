@@ -139,6 +139,7 @@ TEST(KestruneHost, CoversNoSELLogFile) {
   machine::WriteFile("/etc/zarp/conf/ipmi.log", "mine");
   Check({"$host --sel /usr/zarp/raw --sel-log /usr/zarp/log logs", 1, NONE,
          "/etc/zarp/conf/ipmi.log, which stays as it is"});
+  Check({"$host pack-sel /usr/zarp/raw /etc/zarp/conf/ipmi.log", 1, NONE, "exists; --force overwrites it"});
   EXPECT_EQ(machine::ReadFile("/etc/zarp/conf/ipmi.log"), "mine");
 }
 
