@@ -104,7 +104,7 @@ void RunDumpSel(const Options& options) {
 
 void RunSave(const Options& options) {
   const std::unique_ptr<Controller> controller = MakeController(options);
-  if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "there is no controller here whose log could be saved");
+  if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "save: " + WhyMissing(LOG_SEL));
   const Undisturbed undisturbed;
   const Progress show = ShowProgress();
   SaveCapture(*controller, options.savedSel, options.savedSensors, options.force, [&](size_t read, size_t of) {

@@ -59,6 +59,7 @@ TEST(KestruneHost, SaysWhyALogIsMissing) {
       {"$host show secure", 1, NONE, "not offered: /var/log/secure is not there\n"},
       {"$host --no-controller show sel", 1, NONE, "not offered: there is no controller"},
       {"$host --no-controller dump-sel", 1, NONE, "dump-sel: there is no controller"},
+      {"$host --no-controller save --sel /tmp/sel", 1, NONE, "save: there is no controller here (no device of one, "},
       {"$host write --level 1 text", 1, NONE, "write: no log daemon takes messages at /dev/log"},
       {": >/usr/zarp/raw; $host --sel /usr/zarp/raw show sel", 0, "date", "note: the controller's log is empty\n"},
       {"mkdir /var/log/secure; : >/var/log/messages; $host logs --all --format csv", 0,
