@@ -64,7 +64,9 @@ Session::Session(const Options& options) : verbose_(options.verbose) {
   }
   // All of the machine has to be there before the module starts.
   controller_ = std::make_unique<InterruptibleController>(MakeController(options));
-  host->controller = &keeper_.emplace(*controller_);
+  // A file is read at once, and a dump shows itself how far it is.
+  const bool isLong = !options.sel && options.command != "dump-sel";
+  host->controller = &keeper_.emplace(*controller_, isLong ? ShowProgress() : Progress());
   host->dist = options.distribution;
   TakeMessages(verbose_);
   undisturbed_.emplace();
