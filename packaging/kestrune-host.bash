@@ -2,7 +2,7 @@
 _kestrune_host() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command='' log='' used=' ' each
   local options='--module --dist --verbose --trace --sel --sensors --sel-log --ipmi --ipmi-user --ipmi-password-file
-    --ipmi-privilege --ipmi-timeout --no-controller --help'
+    --ipmi-fallback --ipmi-privilege --ipmi-timeout --no-controller --help'
   COMPREPLY=()
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $each in
@@ -49,6 +49,7 @@ _kestrune_host() {
       options+=' --force' ;;
     settings) options+=' --set --format' ;;
     pack-sel)
+      options+=' --force'
       if [[ $word != -* ]]; then
         compopt -o filenames
         mapfile -t COMPREPLY < <(compgen -f -- "$word")

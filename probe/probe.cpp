@@ -38,7 +38,7 @@ class Presence {
   Presence() {
     const OwnWork own;
     probe::PrepareReport();
-    if (const char* path = getenv("KESTRUNE_PROBE_TRACE"); path != nullptr && *path != '\0') probe::OpenTrace(path);
+    if (const char* path = getenv("KESTRUNE_PROBE_TRACE"); path != nullptr && *path != '\0') probe::OpenTrace(path, true);
     probe::ReadTrouble();
     probe::CheckHostFunctions();
     if (!probe::LoadRealModule()) return;

@@ -36,8 +36,9 @@ double Milliseconds(std::chrono::steady_clock::duration time) {
 
 }  // namespace
 
-bool OpenTrace(const char* path) {
-  const int descriptor = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0644);
+bool OpenTrace(const char* path, bool mayExist) {
+  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (mayExist ? O_TRUNC : O_EXCL);
+  const int descriptor = open(path, flags, 0644);
   if (descriptor < 0) return false;
   opened = std::chrono::steady_clock::now();
   file = descriptor;

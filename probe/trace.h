@@ -12,8 +12,9 @@
 
 namespace probe {
 
-/// Opens the file of the trace, empties it, and writes to it from now on. Returns false, with errno set, if that fails.
-bool OpenTrace(const char* path);
+/// Makes the file of the trace, or empties one that is there if it may be, and writes to it from now on. Returns false,
+/// with errno set, if that fails.
+bool OpenTrace(const char* path, bool mayExist);
 
 /// Closes it. No call may be under way.
 void CloseTrace();

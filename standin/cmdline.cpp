@@ -43,6 +43,7 @@ struct Texts {
   std::optional<std::string> until;
   std::optional<std::string> sensorTypes;
   std::optional<std::string> severities;
+  std::optional<std::string> columns;
   std::string text;
   std::optional<std::string> word;
   std::optional<std::string> ipmi;
@@ -63,14 +64,19 @@ void AddControllerOptions(CLI::App& app, Options& options, Texts& texts) {
       app.add_option("--ipmi", texts.ipmi, "A controller in the network (else this machine's own, if it has one)")
           ->type_name("HOST[:PORT]")
           ->excludes(sel);
-  app.add_option("--ipmi-user", options.ipmi.user, "Its user")->type_name("NAME");
+  app.add_option("--ipmi-user", options.ipmi.user, "Its user")->type_name("NAME")->needs(ipmi);
   app.add_option("--ipmi-password-file", options.passwordFile,
                  "File with the password (else $IPMI_PASSWORD, else asked)")
-      ->type_name("FILE");
+      ->type_name("FILE")
+      ->needs(ipmi);
+  app.add_flag("--ipmi-fallback", options.ipmi.allowIPMI15,
+               "Log in by IPMI 1.5 where it does not know RMCP+ (IPMI 2.0)")
+      ->needs(ipmi);
   app.add_option("--ipmi-privilege", texts.privilege,
                  "Privilege to ask for: user, operator, administrator (default: user)")
       ->check(OneOf({"user", "operator", "administrator"}))
-      ->type_name("NAME");
+      ->type_name("NAME")
+      ->needs(ipmi);
   app.add_option_function<int>(
          "--ipmi-timeout", [&options](int seconds) { options.ipmi.timeout = std::chrono::seconds(seconds); },
          "Seconds to wait for an answer (default: 10)")
@@ -110,6 +116,10 @@ std::vector<std::string> LogNames() {
   return names;
 }
 
+void AddForce(CLI::App& command, Options& options) {
+  command.add_flag("--force", options.force, "Overwrite files that are there");
+}
+
 CLI::Option* AddNewest(CLI::App& command, Options& options) {
   const auto take = [&options](uint32_t count) { options.lines = Lines{1, count}; };
   return command.add_option_function<uint32_t>("-n", take, "The newest N alone")
@@ -143,7 +153,7 @@ void AddShow(CLI::App& app, Options& options, Texts& texts) {
   show.add_option("--severity", texts.severities, "Event log records of these severities alone: critical, failure")
       ->type_name("NAME[,NAME...]");
   show.add_flag("--reverse", options.view.isReversed, "Oldest first");
-  show.add_option("--columns", options.columns, "Fields to show")->type_name("NAME[,NAME...]");
+  show.add_option("--columns", texts.columns, "Fields to show")->type_name("NAME[,NAME...]");
   AddFormat(show, options);
 }
 
@@ -162,7 +172,7 @@ void AddFollow(CLI::App& app, Options& options, Texts& texts) {
   follow.add_option("--format", options.follow.format, "Form of the output (table)")
       ->check(OneOf({"table", "csv", "jsonl"}))
       ->type_name("FORMAT");
-  follow.add_option("--columns", options.follow.columns, "Fields to show")->type_name("NAME[,NAME...]");
+  follow.add_option("--columns", texts.columns, "Fields to show")->type_name("NAME[,NAME...]");
   follow.add_option("--to", texts.target, "Where the records go: to the system's journal, those of the log sel alone")
       ->check(OneOf({"journal"}))
       ->type_name("journal");
@@ -196,13 +206,14 @@ void AddSave(CLI::App& app, Options& options, Texts&) {
   CLI::App& save = *app.add_subcommand("save", "Save the controller's log and sensors, to be looked at elsewhere");
   save.add_option("--sel", options.savedSel, "New file for the log: raw records, oldest first")->type_name("FILE");
   save.add_option("--sensors", options.savedSensors, "New file for the sensors: a JSON description")->type_name("FILE");
-  save.add_flag("--force", options.force, "Overwrite files that are there");
+  AddForce(save, options);
 }
 
 void AddPackSel(CLI::App& app, Options& options, Texts&) {
   CLI::App& pack = *app.add_subcommand("pack-sel", "Write a SEL log file from raw records");
   pack.add_option("RAW", options.raw, "Raw 16-byte records, oldest first")->required()->type_name("");
-  pack.add_option("OUT", options.packed, "The SEL log file")->required()->type_name("");
+  pack.add_option("OUT", options.packed, "The SEL log file, a new one")->required()->type_name("");
+  AddForce(pack, options);
 }
 
 void AddCommands(CLI::App& app, Options& options, Texts& texts) {
@@ -217,6 +228,9 @@ void TakeView(const Texts& texts, const Options& options, View& view) {
   if (texts.until) view.until = ParseTime("--until", *texts.until, true);
   if (texts.sensorTypes) view.sensorTypes = ParseSensorTypes(*texts.sensorTypes);
   if (texts.severities) view.severities = ParseSeverities(*texts.severities);
+  if (view.since && view.until && *view.since > *view.until) {
+    throw Failure(WRONG_ARGUMENTS, "show: --since is later than --until");
+  }
   if ((texts.sensorTypes || texts.severities) && options.log != LOG_SEL && options.log != LOG_ALL) {
     throw Failure(WRONG_ARGUMENTS, "show: --sensor-type and --severity are for the logs sel and all");
   }
@@ -249,6 +263,8 @@ void TakeValues(const Texts& texts, Options& options) {
   }
   if (texts.lines) options.lines = ParseLines(*texts.lines);
   TakeView(texts, options, options.view);
+  if (texts.columns) options.columns = SplitList(*texts.columns);
+  options.follow.columns = options.columns;
   TakeFollow(texts, options);
   if (texts.word) options.word = ParseWord(*texts.word);
   if (texts.ipmi) ParseAddress(*texts.ipmi, options.ipmi);

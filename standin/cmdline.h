@@ -34,7 +34,7 @@ struct Options {
   uint16_t log = LOG_ALL;                   ///< show
   std::optional<Lines> lines;               ///< show
   View view;                                ///< show
-  std::optional<std::string> columns;       ///< show
+  std::vector<std::string> columns;         ///< show; those of the log when there is none
   FollowOptions follow;                     ///< follow
   std::optional<JournalOptions> journal;    ///< follow, to the journal
   uint32_t level = 0;                       ///< write
@@ -44,7 +44,7 @@ struct Options {
   std::string packed;                       ///< pack-sel
   std::optional<std::string> savedSel;      ///< save
   std::optional<std::string> savedSensors;  ///< save
-  bool force = false;                       ///< save
+  bool force = false;                       ///< save, pack-sel
 };
 
 /// Throws Failure (wrong arguments) with what was wrong and what is allowed.

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <optional>
-#include <sstream>
 #include <string_view>
 
 #include "standin/eventwords.h"
@@ -28,15 +27,17 @@ std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t highest) {
   return number;
 }
 
-/// The texts between commas.
-std::vector<std::string> Split(const std::string& text) {
+}  // namespace
+
+std::vector<std::string> SplitList(const std::string& text) {
   std::vector<std::string> parts;
-  std::istringstream list(text);
-  for (std::string part; std::getline(list, part, ',');) parts.push_back(part);
+  size_t begin = 0;
+  for (size_t comma; (comma = text.find(',', begin)) != std::string::npos; begin = comma + 1) {
+    parts.push_back(text.substr(begin, comma - begin));
+  }
+  parts.push_back(text.substr(begin));
   return parts;
 }
-
-}  // namespace
 
 Lines ParseLines(const std::string& text) {
   const size_t dash = text.find('-');
@@ -66,7 +67,7 @@ int64_t ParseTime(const std::string& option, const std::string& text, bool end) 
 
 std::vector<int64_t> ParseSensorTypes(const std::string& text) {
   std::vector<int64_t> types;
-  for (const std::string& part : Split(text)) {
+  for (const std::string& part : SplitList(text)) {
     const size_t before = types.size();
     if (const auto number = ParseNumber(part, UINT8_MAX)) types.push_back(static_cast<int64_t>(*number));
     for (int type = 1; type <= UINT8_MAX && !part.empty(); ++type) {
@@ -83,7 +84,7 @@ std::vector<int64_t> ParseSensorTypes(const std::string& text) {
 }
 
 std::vector<std::string> ParseSeverities(const std::string& text) {
-  std::vector<std::string> severities = Split(text);
+  std::vector<std::string> severities = SplitList(text);
   for (const std::string& severity : severities) {
     std::string allowed;
     bool isOne = false;

@@ -12,6 +12,9 @@
 
 namespace standin {
 
+/// The texts between commas, empty ones too, which name nothing.
+std::vector<std::string> SplitList(const std::string& text);
+
 /// A range of records: A-B, A- for all from A on, -B or B for the newest B.
 Lines ParseLines(const std::string& text);
 

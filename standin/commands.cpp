@@ -75,7 +75,7 @@ void RunShow(const Options& options) {
   }
   if (!isOffered) throw Failure(REQUEST_FAILED, "no log is offered; kestrune-host logs --all tells why");
   Table table = ReadView(module, options.log, options.lines, options.view, session.GetKeeper());
-  if (options.columns) ChooseColumns(table, *options.columns);
+  if (!options.columns.empty()) ChooseColumns(table, options.columns);
   ShowNotes(notes);
   StopAndShow(session, table, options.format);
 }
@@ -115,7 +115,7 @@ void RunDumpSel(const Options& options) {
 
 void RunSave(const Options& options) {
   const std::unique_ptr<Controller> controller = MakeController(options);
-  if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "there is no controller here whose log could be saved");
+  if (!controller->IsPresent()) throw Failure(REQUEST_FAILED, "save: " + WhyMissing(LOG_SEL));
   const Undisturbed undisturbed;
   const Progress show = ShowProgress();
   SaveCapture(*controller, options.savedSel, options.savedSensors, options.force, [&](size_t read, size_t of) {
@@ -124,7 +124,7 @@ void RunSave(const Options& options) {
   });
 }
 
-void RunPackSel(const Options& options) { PackSelLog(options.raw, options.packed); }
+void RunPackSel(const Options& options) { PackSelLog(options.raw, options.packed, options.force); }
 
 struct Command {
   const char* name;

@@ -31,7 +31,8 @@ Progress ShowProgress() {
   if (isatty(STDERR_FILENO) == 0) return {};
   return [](size_t read, size_t of) {
     if (read % 16 != 0 && read != of) return;
-    std::fprintf(stderr, "\r%zu of %zu records read%s", read, of, read == of ? "\n" : "");
+    // What is written next takes the place of an unfinished one.
+    std::fprintf(stderr, "%zu of %zu records read%c", read, of, read == of ? '\n' : '\r');
   };
 }
 

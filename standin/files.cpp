@@ -1,4 +1,4 @@
-/// files.cpp: whole files, read and written in one go.
+/// files.cpp: whole files, read in one go.
 #include "standin/files.h"
 
 #include <cerrno>
@@ -23,13 +23,6 @@ std::string ReadFile(const std::string& path) {
   if (file.gcount() > LIMIT) throw Failure(WRONG_ARGUMENTS, "'" + path + "' is longer than the allowed 16 MiB");
   contents.resize(static_cast<size_t>(file.gcount()));
   return contents;
-}
-
-void WriteFile(const std::string& path, const std::string& contents) {
-  std::ofstream file(path, std::ios::binary);
-  if (!(file << contents) || !file.flush()) {
-    throw Failure(REQUEST_FAILED, "cannot write '" + path + "': " + std::strerror(errno));
-  }
 }
 
 }  // namespace standin

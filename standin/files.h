@@ -1,4 +1,4 @@
-/// files.h: whole files, read and written in one go.
+/// files.h: whole files, read in one go.
 #ifndef KESTRUNE_STANDIN_FILES_H_
 #define KESTRUNE_STANDIN_FILES_H_
 
@@ -11,9 +11,6 @@ inline constexpr const char* STANDARD_INPUT = "-";
 
 /// The contents of a file or pipe of at most 16 MiB. Throws Failure (wrong arguments).
 std::string ReadFile(const std::string& path);
-
-/// Writes a file, over what it held. Throws Failure (request failed).
-void WriteFile(const std::string& path, const std::string& contents);
 
 }  // namespace standin
 

@@ -58,7 +58,7 @@ void Follow(const FollowOptions& options, Session& session) {
   FollowedModule module(session);
   const std::vector<uint16_t> logs = ChooseLogs(session.GetModule(), options.logs);
   Table table{ColumnsOf(logs), {}};
-  if (options.columns) ChooseColumns(table, *options.columns);
+  if (!options.columns.empty()) ChooseColumns(table, options.columns);
   RecordStream stream(table.columns, options.format);
   std::vector<std::unique_ptr<Follower>> followers;
   for (const uint16_t log : logs) {

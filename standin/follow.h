@@ -17,7 +17,7 @@ struct FollowOptions {
   uint32_t newest = 0;         ///< records shown first
   std::chrono::seconds interval{5};
   std::string format = "table";
-  std::optional<std::string> columns;
+  std::vector<std::string> columns;  ///< those of the logs when there is none
 };
 
 /// Shows the newest records of the logs and then each new one until a signal ends it. Throws Failure, also for a log

@@ -112,7 +112,7 @@ std::string LoginErrorText(IPMIProtocol protocol, const IPMILoginError& error) {
   const bool local = protocol == IPMIProtocol::LOCAL;
   if (local ? IsTimeout(error) : !error.answered) return "nobody answers";
   if (IsTimeout(error)) return "it stopped answering at login (wrong user or password, or the network loses packets)";
-  if (LacksRMCPPlus(error)) return "it does not know RMCP+ (IPMI 2.0), and a login by IPMI 1.5 was not allowed";
+  if (LacksRMCPPlus(error)) return "it does not know RMCP+ (IPMI 2.0); --ipmi-fallback allows a login by IPMI 1.5";
   // The library says so when the controller's proof that it knows the password does not hold.
   if (protocol == IPMIProtocol::RMCP_PLUS && error.error == EINVAL) return WRONG_USER;
   if (protocol == IPMIProtocol::V1_5 && error.error == EINVAL) return "it allows no login with MD5";

@@ -1,6 +1,8 @@
 #include "standin/password.h"
 
+#include <poll.h>
 #include <termios.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +10,7 @@
 
 #include "standin/failure.h"
 #include "standin/files.h"
+#include "standin/signals.h"
 
 namespace standin {
 namespace {
@@ -36,6 +39,15 @@ class SilentTerminal {
   termios before_{};
 };
 
+/// Throws Interrupted when a signal came: it must not end the process while the terminal is silent.
+bool ReadByte(int descriptor, char& byte) {
+  constexpr int PAUSE = 100;  // milliseconds
+  pollfd typed{descriptor, POLLIN, 0};
+  while (poll(&typed, 1, PAUSE) == 0) ThrowIfInterrupted();
+  ThrowIfInterrupted();
+  return read(descriptor, &byte, 1) == 1;
+}
+
 std::string AskAtTerminal() {
   const std::unique_ptr<FILE, Close> terminal(std::fopen("/dev/tty", "r+e"));
   if (terminal == nullptr) {
@@ -46,8 +58,9 @@ std::string AskAtTerminal() {
   std::fflush(terminal.get());
   std::string line;
   {
+    const Undisturbed undisturbed;
     const SilentTerminal silent(fileno(terminal.get()));
-    for (int byte; (byte = std::fgetc(terminal.get())) != EOF && byte != '\n';) line += static_cast<char>(byte);
+    for (char byte; ReadByte(fileno(terminal.get()), byte) && byte != '\n';) line += byte;
   }
   std::fputc('\n', terminal.get());
   return line;

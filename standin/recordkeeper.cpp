@@ -34,6 +34,7 @@ std::optional<uint32_t> RecordKeeper::CountEntries() {
   const auto count = controller_.CountEntries();
   if (count == 0U) entries_.clear();
   hasShrunk_ = count && *count < entries_.size();
+  announced_ = count.value_or(announced_);
   return count;
 }
 
@@ -48,6 +49,7 @@ bool RecordKeeper::ReadEntry(tagSEL_DATA& entry) {
   } else if (isRead && (entries_.empty() ? id == 0 : id == next_)) {
     entries_.push_back(entry);
     next_ = entry.wNextRecordID;
+    if (progress_) progress_(entries_.size(), announced_);
   } else if (isRead && !entries_.empty() && id == entries_.back().wRecordID) {
     next_ = entry.wNextRecordID;
   }

@@ -5,9 +5,11 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "standin/controller.h"
+#include "standin/progress.h"
 
 namespace standin {
 
@@ -17,8 +19,9 @@ namespace standin {
 /// kept.
 class RecordKeeper final : public Controller {
  public:
-  /// `controller` is not owned.
-  explicit RecordKeeper(Controller& controller) : controller_(controller) {}
+  /// `controller` is not owned. `progress`, if any, is told of each entry that is kept.
+  explicit RecordKeeper(Controller& controller, Progress progress = {})
+      : controller_(controller), progress_(std::move(progress)) {}
 
   bool IsPresent() override { return controller_.IsPresent(); }
   std::optional<uint32_t> CountEntries() override;
@@ -38,6 +41,8 @@ class RecordKeeper final : public Controller {
 
  private:
   Controller& controller_;
+  Progress progress_;
+  size_t announced_ = 0;  ///< entries, when they were last counted
   std::vector<tagSEL_DATA> entries_;
   bool hasShrunk_ = false;
   std::optional<uint16_t> next_;  ///< the entry that follows them, where the module has just been told

@@ -41,12 +41,14 @@ std::string MakeSelLog(const std::vector<SELRecord>& records) {
   return contents;
 }
 
-void PackSelLog(const std::string& rawPath, const std::string& path) {
+void PackSelLog(const std::string& rawPath, const std::string& path, bool overwrite) {
   const std::vector<SELRecord> records = ReadRawRecords(rawPath);
   if (records.empty()) {
     throw Failure(WRONG_ARGUMENTS, "'" + rawPath + "' is empty: a SEL log file holds at least one record");
   }
-  WriteFile(path, MakeSelLog(records));
+  NewFile file(path, overwrite);
+  file.Write(MakeSelLog(records));
+  file.Commit();
 }
 
 LaidSelLog::LaidSelLog(const std::string& path) {

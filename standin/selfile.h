@@ -22,8 +22,9 @@ std::vector<SELRecord> ReadRawRecords(const std::string& path, size_t limit = SI
 /// The contents of the SEL log file of these records, oldest first.
 std::string MakeSelLog(const std::vector<SELRecord>& records);
 
-/// Writes the records of the raw file `rawPath` as the SEL log file `path`. Throws Failure.
-void PackSelLog(const std::string& rawPath, const std::string& path);
+/// Writes the records of the raw file `rawPath` as the SEL log file `path`. Throws Failure, also
+/// when there is a file at `path`, unless `overwrite`: it may be the machine's own archive.
+void PackSelLog(const std::string& rawPath, const std::string& path, bool overwrite);
 
 /// A copy of a file, whatever that holds, where modules look for the SEL log file. It is removed at the end, with the
 /// folders that were made for it.

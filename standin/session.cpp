@@ -62,12 +62,14 @@ class InterruptibleController final : public Controller {
 
 Session::Session(const Options& options) : path_(options.module), verbose_(options.verbose) {
   RequireCommands();
-  if (options.trace && !probe::OpenTrace(options.trace->c_str())) {
+  if (options.trace && !probe::OpenTrace(options.trace->c_str(), false)) {
     throw Failure(REQUEST_FAILED, "cannot write '" + *options.trace + "': " + std::strerror(errno));
   }
   // All of the machine has to be there before the module starts.
   controller_ = std::make_unique<InterruptibleController>(MakeController(options));
-  host->controller = &keeper_.emplace(*controller_);
+  // A file is read at once, and a dump shows itself how far it is.
+  const bool isLong = !options.sel && options.command != "dump-sel";
+  host->controller = &keeper_.emplace(*controller_, isLong ? ShowProgress() : Progress());
   host->dist = options.distribution;
   TakeMessages(verbose_);
   undisturbed_.emplace();

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cwchar>
 #include <numeric>
-#include <sstream>
 
 #include "standin/failure.h"
 #include "standin/terminal.h"
@@ -116,10 +115,9 @@ std::wstring MakeFit(std::vector<Cells>& columns, size_t width) {
 
 }  // namespace
 
-void ChooseColumns(Table& table, const std::string& names) {
+void ChooseColumns(Table& table, const std::vector<std::string>& names) {
   std::vector<Column> chosen;
-  std::istringstream list(names);
-  for (std::string name; std::getline(list, name, ',');) {
+  for (const std::string& name : names) {
     const auto column =
         std::find_if(table.columns.begin(), table.columns.end(), [&](const Column& each) { return name == each.name; });
     if (column == table.columns.end()) {

@@ -29,9 +29,9 @@ struct Table {
   std::vector<Row> rows;
 };
 
-/// Leaves the columns that `names` lists, separated by commas, in that order and all of them shown. Throws Failure
-/// (wrong arguments) for a name that is no column.
-void ChooseColumns(Table& table, const std::string& names);
+/// Leaves the columns of these names, in that order and all of them shown. Throws Failure (wrong arguments) for a name
+/// that is no column.
+void ChooseColumns(Table& table, const std::vector<std::string>& names);
 
 /// Columns side by side under a line of their names. A `width` other than 0 is that of a terminal. Where the lines are
 /// longer, the columns whose cells are all the same give way first, and are named in a line above the table; then what

@@ -59,6 +59,7 @@ TEST(KestruneHost, SaysWhyALogIsMissing) {
       {"$host show secure", 1, NONE, "not offered: /var/log/secure is not there\n"},
       {"$host --no-controller show sel", 1, NONE, "not offered: there is no controller"},
       {"$host --no-controller dump-sel", 1, NONE, "dump-sel: there is no controller"},
+      {"$host --no-controller save --sel /tmp/sel", 1, NONE, "save: there is no controller here (no device of one, "},
       {"$host write --level 1 text", 1, NONE, "write: no log daemon takes messages at /dev/log"},
       {": >/usr/zarp/raw; $host --sel /usr/zarp/raw show sel", 0, "date", "note: the controller's log is empty\n"},
       {"mkdir /var/log/secure; : >/var/log/messages; $host logs --all --format csv", 0,
@@ -103,10 +104,21 @@ TEST(KestruneHost, AnswersWhatPeopleType) {
       {"$host show sel --lnes 1", 2, NONE, "did you mean '--lines'? See kestrune-host show --help\n"},
       {"$host show sel --lines 3-2", 2, NONE, "'3-2' is no range; allowed are A-B"},
       {"$host show sel -n 1 --lines 1", 2, NONE, "--lines excludes -n"},
+      {"$host show messages --columns ''", 2, NONE, "--columns: '' is no column here"},
+      {"$host show all --severity critical,", 2, NONE, "--severity: '' is none; allowed are"},
       {"$host --sel - --sensors - logs", 2, NONE, "cannot both be standard input"},
       {"$host show --help", 0, "(default: table)", NONE},
   };
   for (const Case& c : cases) Check(c);
+}
+
+/// A signal while the password is asked for.
+TEST(KestruneHost, LeavesNoSilentTerminal) {
+  machine::Reset();
+  Check(
+      {"timeout 20 script -qec \"$host --ipmi 127.0.0.1:1 show sel & until stty -a | grep -q ' -echo '; do :; done;"
+       "kill \\$!; wait \\$!; stty -a | grep -o ' echo '\" /dev/null",
+       0, " echo ", NONE});
 }
 
 TEST(KestruneHost, ReadsPipesOnce) {
@@ -128,6 +140,7 @@ TEST(KestruneHost, CoversNoSELLogFile) {
   machine::WriteFile("/etc/zarp/conf/ipmi.log", "mine");
   Check({"$host --sel /usr/zarp/raw --sel-log /usr/zarp/log logs", 1, NONE,
          "/etc/zarp/conf/ipmi.log, which stays as it is"});
+  Check({"$host pack-sel /usr/zarp/raw /etc/zarp/conf/ipmi.log", 1, NONE, "exists; --force overwrites it"});
   EXPECT_EQ(machine::ReadFile("/etc/zarp/conf/ipmi.log"), "mine");
 }
 

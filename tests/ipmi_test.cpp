@@ -82,6 +82,8 @@ TEST(IPMISimulator, KestruneHostShowsAndSavesALog) {
   const std::string live = host + " --ipmi 127.0.0.1:" + std::to_string(simulator.Port()) + " --ipmi-user reader ";
   const std::string shown = OutputOf("IPMI_PASSWORD=secret " + live + "show sel --format csv");
   EXPECT_NE(shown.find("CPU Temp over-temperature: 80 degrees C"), std::string::npos) << shown;
+  const std::string typed = OutputOf("IPMI_PASSWORD=secret script -qec '" + live + "show sel' /dev/null </dev/null");
+  EXPECT_NE(typed.find("1 of 1 records read\r\n"), std::string::npos) << typed;
   machine::WriteFile("/tmp/password", "secret\n");
   OutputOf(live + "--ipmi-password-file /tmp/password save --sel /tmp/saved.raw --sensors /tmp/saved.json");
   EXPECT_EQ(OutputOf(host + " --sel /tmp/saved.raw --sensors /tmp/saved.json show sel --format csv"), shown);
@@ -227,6 +229,10 @@ TEST(IPMISimulator, Logins) {
   expectLogin(options, ": it does not know RMCP+");
   options.allowIPMI15 = true;
   expectLogin(options, "1 Lid;");
+  EXPECT_NE(OutputOf("IPMI_PASSWORD=secret " + std::string(std::getenv("KESTRUNE_HOST")) +
+                     " --ipmi 127.0.0.1:" + std::to_string(old.Port()) + " --ipmi-user reader --ipmi-fallback logs")
+                .find("sel   0xFC        0"),
+            std::string::npos);
   options.password = "wrong";
   expectLogin(options, "wrong user or password");
 }
