@@ -1,3 +1,4 @@
+#!/usr/bin/python3
 """What script/fleet runs: the fleet, one machine of it, and its collector, each in a process of its own.
 
 The fleet starts the others in private machines and speaks with them in lines of JSON: a command goes in, an answer comes
