@@ -118,7 +118,14 @@ void Keep(char* begin) {
 }
 
 const char* NameOf(Means means) {
-  return means == Means::ARRAY_DELETE ? "array delete" : means == Means::DELETE ? "delete" : "free()";
+  switch (means) {
+    case Means::ARRAY_DELETE:
+      return "array delete";
+    case Means::DELETE:
+      return "delete";
+    default:
+      return "free()";
+  }
 }
 
 std::string OriginOf(uint32_t call) {
@@ -200,7 +207,7 @@ void GiveString(BSTR string, uint32_t call, const std::string& origin) {
 
 bool TakeBack(void* memory, Means means) {
   auto* begin = static_cast<char*>(memory);
-  bool isRight = means == Means::ARRAY_DELETE || IsDeleteReplaced();
+  bool isRight = means == Means::ARRAY_DELETE || means == Means::UNKNOWN || IsDeleteReplaced();
   Block block;
   if (!MarkFreed(begin, block)) {
     // The array itself handed over, with its length left in front of it: no array delete of entries.
