@@ -12,8 +12,9 @@
 
 namespace probe {
 
-/// Opens the file of the trace, empties it, and writes to it from now on. Returns false, with errno set, if that fails.
-bool OpenTrace(const char* path);
+/// Opens the file of the trace, empties it unless the trace `goesOn`, and writes to it from now on. Returns false, with
+/// errno set, if that fails.
+bool OpenTrace(const char* path, bool goesOn = false);
 
 /// Closes it. No call may be under way.
 void CloseTrace();
