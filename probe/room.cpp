@@ -83,6 +83,8 @@ bool HasRoom(const void* memory, size_t size) {
   return true;
 }
 
+bool IsReadable(const void* memory) { return IsPageReadable(Address(memory)); }
+
 bool IsTerminated(const wchar_t* text) {
   if (const std::optional<size_t> room = KnownRoom(text)) return wmemchr(text, 0, *room / sizeof(wchar_t)) != nullptr;
   constexpr size_t FAR_ENOUGH = 4096;  // no more than 255 bytes of it are used

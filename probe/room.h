@@ -15,6 +15,9 @@ std::optional<size_t> KnownRoom(const void* memory);
 /// Whether there is room for `size` bytes, more than none, as far as that can be known.
 bool HasRoom(const void* memory, size_t size);
 
+/// Whether the first byte can be read.
+bool IsReadable(const void* memory);
+
 /// Whether a NUL ends the text, looked for in what holds it, or page by page up to memory that is not there.
 bool IsTerminated(const wchar_t* text);
 
