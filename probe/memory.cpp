@@ -24,7 +24,7 @@ thread_local int ownWork = 0;
 std::atomic<bool> isWatching{false};
 std::atomic<bool> areFreesSeen{false};
 
-/// A block whose free is waited for, to learn whether it is seen.
+/// A block that the probe itself frees, to learn whether that is seen.
 thread_local const void* sought = nullptr;
 
 /// A block allocated lately; of two that share a place, the later one stays.
@@ -53,8 +53,10 @@ void* Allocated(void* block, size_t size) {
 /// Whether the block is free now without more being done.
 bool Freed(void* block, Means means) {
   if (block == nullptr) return false;
-  if (block == sought) sought = nullptr;
-  if (!IsHosts()) return false;
+  if (!IsHosts()) {
+    if (block == sought) sought = nullptr;
+    return false;
+  }
   Recent& place = PlaceOf(block);
   uintptr_t expected = reinterpret_cast<uintptr_t>(block);
   place.block.compare_exchange_strong(expected, 0, std::memory_order_relaxed);
