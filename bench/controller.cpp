@@ -12,6 +12,7 @@
 #include "standin/ipmiconnection.h"
 #include "standin/ipmicontroller.h"
 #include "standin/module.h"
+#include "tests/support/ipmi.h"
 #include "tests/support/ipmisim.h"
 
 namespace {

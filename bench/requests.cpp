@@ -143,7 +143,7 @@ double ProbedTextFetch(const char* probe, const char* realModule) {
   const std::string copy = "/tmp/libkestrune.so";
   std::filesystem::copy_file(realModule, copy);
   setenv("KESTRUNE_PROBE_MODULE", copy.c_str(), 1);
-  Lay(LOG_MESSAGES, LINES.back());
+  SetLog(LOG_MESSAGES, LINES.back());
   Items items(LINES.back());
   const standin::Module* const bare = module;
   std::optional<standin::Module> probed;

@@ -38,7 +38,7 @@ export class Catalogue {
     if (!this.#entries.has(log.name)) this.#entries.set(log.name, this.#makeEntry(log.name));
     const { button, count, note } = this.#entries.get(log.name);
     const text = (node, words) => node.textContent === words || (node.textContent = words);
-    text(count, records(log.records));
+    text(count, log.records === null ? "cannot be read" : records(log.records));
     text(note, visible(log.note ?? "")); // the list shows its beginning, the log when it is open all of it
     if (isChosen) button.setAttribute("aria-current", "page");
     else button.removeAttribute("aria-current");

@@ -100,22 +100,30 @@ export class Chart {
     this.#drawn = [log, records, { utc, range }];
     const { step, bars, from, until } = count(records, utc, range);
     const hadFocus = this.#area.contains(document.activeElement);
-    this.#showHead(log, step, bars, !range.every(Number.isNaN));
-    if (bars.length === 0) return this.#area.replaceChildren();
+    const timeless = records.length - bars.reduce((sum, bar) => sum + bar.total, 0);
+    this.#showHead(log, step, bars, timeless, !range.every(Number.isNaN));
+    if (bars.length === 0) {
+      this.#area.replaceChildren();
+      this.#area.style.minHeight = "";
+      return;
+    }
     if (!bars.some((bar) => bar.from === this.#focus)) this.#focus = bars.at(-1).from;
     this.#area.replaceChildren(this.#draw(log, step, bars, from, until));
     if (hadFocus) this.#area.querySelector("[tabindex='0']").focus();
   }
 
-  #showHead(log, step, bars, isNarrowed) {
+  #showHead(log, step, bars, timeless, isNarrowed) {
     const severities = [...SEVERITIES, "unknown"].filter((severity) => bars.some((bar) => bar.by[severity]));
     const widen = this.#head.querySelector("#widen") ?? make("button", { type: "button", class: "button link",
       id: "widen", onclick: () => this.onWiden() }, "Show the whole range");
     const legend = isSEL(log) ? severities.map((severity) =>
       make("span", { class: `legend ${severity}` }, severity)) : [];
     this.#head.replaceChildren(
-      make("span", { class: "chart-title" }, bars.length ? `Records per ${step.name}` : "No record tells its time"),
-      ...legend, make("span", { class: "spring" }), ...(isNarrowed ? [widen] : []));
+      make("span", { class: "chart-title" }, bars.length ? `Records per ${step.name}`
+        : timeless ? "No record tells its time" : "No record matches"),
+      ...legend,
+      ...(bars.length && timeless ? [make("span", { class: "quiet" }, `${recordsOf(timeless)} without a time`)] : []),
+      make("span", { class: "spring" }), ...(isNarrowed ? [widen] : []));
   }
 
   #draw(log, step, bars, from, until) {

@@ -20,10 +20,14 @@ export const isSEL = (log) => log === "sel";
 export const columnsOf = (log) => (isSEL(log) ? SEL_COLUMNS : TEXT_COLUMNS);
 export const labelOf = (log, field) => columnsOf(log)[field] ?? OTHER_LABELS[field] ?? field;
 
-// Text as a reader may trust it: control characters and those that turn the direction of writing are named instead of
-// obeyed.
+// Text as a reader may trust it: control characters, those that turn the direction of writing, and those that are not
+// seen though words are searched and compared with them, are named instead of obeyed. The joiners of U+200C and U+200D
+// are not, which some languages need.
+const UNSEEN = new RegExp("[\\u0000-\\u001f\\u007f-\\u009f\\u00ad\\u061c\\u200b\\u200e\\u200f\\u2028-\\u202e" +
+  "\\u2060-\\u206f\\ufeff\\ufff9-\\ufffb]", "g");
+
 export function visible(text) {
-  return text.replace(/[\u0000-\u001f\u007f-\u009f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069]/g,
+  return text.replace(UNSEEN,
     (character) => `‹U+${character.codePointAt(0).toString(16).toUpperCase().padStart(4, "0")}›`);
 }
 

@@ -54,6 +54,7 @@ export class Filter {
   reset(log) {
     this.#search.value = this.#from.value = this.#until.value = "";
     this.#asserted.checked = false;
+    this.#clear.hidden = true;
     if (log !== undefined) this.#selOnly.hidden = !isSEL(log);
   }
 

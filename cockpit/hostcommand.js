@@ -21,7 +21,7 @@ const PROBLEMS = {
 };
 
 // Why kestrune-host did not do what it was asked to: `message` in words, `output` what it wrote to standard error,
-// `isLost` when there is no server any more to ask again.
+// `isLost` when there is no server any more to ask again, `hasRun` when it was kestrune-host that failed.
 export class HostFailure extends Error {
   constructor(error) {
     const known = PROBLEMS[error.problem];
@@ -30,6 +30,7 @@ export class HostFailure extends Error {
     super(known ?? (error.problem ? `kestrune-host could not be run: ${error.problem}.` : `kestrune-host ${ended}.`));
     this.output = known ? "" : (error.message ?? "").trim();
     this.isLost = known === LOST;
+    this.hasRun = !error.problem;
   }
 }
 
@@ -51,15 +52,28 @@ export function runHost(words, { signal, onOutput } = {}) {
   });
 }
 
+const CATALOGUE = ["logs", "--all", "--format", "json"];
+const WITHOUT = ["--no-controller"];
+
 // Every log that there is, also those that the module does not offer: name, records and, where one is missing or empty,
-// why.
+// why. A controller that fails takes no other log with it: of its own log, `records` is null then.
 export async function readCatalogue() {
-  const { output } = await runHost(["logs", "--all", "--format", "json"]);
-  return JSON.parse(output);
+  try {
+    return JSON.parse((await runHost(CATALOGUE)).output);
+  } catch (failure) {
+    if (!failure.hasRun) throw failure;
+    const rest = await runHost([...WITHOUT, ...CATALOGUE]).catch(() => {
+      throw failure; // so it is not the controller
+    });
+    return JSON.parse(rest.output).map((log) => (isSEL(log.name)
+      ? { ...log, records: null, note: failure.output || failure.message } : log));
+  }
 }
 
-// What is asked for beside the log: all that kestrune-host knows of an event, and of a line of text also its year.
-const columnsFor = (log) => (isSEL(log) ? [] : ["--columns", "timestamp,date,time,host,source,message"]);
+// How a log is asked for: of an event all that kestrune-host knows, of a line of text also its year. Lines of text need
+// no controller, and do not wait for one.
+const showing = (log) => (isSEL(log) ? ["show", log]
+  : [...WITHOUT, "show", log, "--columns", "timestamp,date,time,host,source,message"]);
 
 // Records of a log, newest first, which onRecords gets as they come in: all, or `lines`, two numbers counted from the
 // newest, which is 1. Resolves to what kestrune-host noted when it has ended, which on the way through Cockpit takes
@@ -67,7 +81,7 @@ const columnsFor = (log) => (isSEL(log) ? [] : ["--columns", "timestamp,date,tim
 export async function readRecords(log, { lines, signal, onRecords }) {
   let rest = "";
   const range = lines ? ["--lines", lines.join("-")] : [];
-  const { notes } = await runHost(["show", log, "--format", "jsonl", ...range, ...columnsFor(log)], { signal,
+  const { notes } = await runHost([...showing(log), "--format", "jsonl", ...range], { signal,
     onOutput: (text) => {
       const whole = (rest + text).split("\n");
       rest = whole.pop();

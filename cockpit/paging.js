@@ -29,6 +29,11 @@ export class Paging {
       button("next", "Older page", () => this.page + 1), button("last", "Oldest page", () => this.pages));
   }
 
+  // Which records are shown, in words; empty where there are none.
+  get range() {
+    return this.#range.textContent;
+  }
+
   // Shows that page `page` of `count` records is there. The buttons that lead nowhere stay focusable, so that the
   // focus is not lost at the ends.
   show(page, count) {

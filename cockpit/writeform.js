@@ -1,6 +1,7 @@
 // writeform.js: the form that writes a message to the server's system log.
 
 import { find, make } from "./elements.js";
+import { visible } from "./fields.js";
 import { runHost } from "./hostcommand.js";
 
 const LEVELS = ["Plain", "Note", "Warning", "Critical"];
@@ -38,8 +39,8 @@ export class WriteForm {
     event.preventDefault();
     this.#send.disabled = true;
     try {
-      const { notes } = await runHost(["write", "--level", this.#level.value, "--", this.#text.value]);
-      this.#say("success", `Handed to the system log: ${this.#text.value}`, notes);
+      const { notes } = await runHost(["--no-controller", "write", "--level", this.#level.value, "--", this.#text.value]);
+      this.#say("success", `Handed to the system log: ${visible(this.#text.value)}`, notes);
       this.#text.value = "";
       this.onWritten();
     } catch (error) {
@@ -51,6 +52,6 @@ export class WriteForm {
 
   #say(kind, words, output) {
     this.#result.replaceChildren(make("div", { class: `alert ${kind}` }, make("p", {}, words),
-      ...(output ? [make("pre", {}, output)] : [])));
+      ...(output ? [make("pre", {}, output.split("\n").map(visible).join("\n"))] : [])));
   }
 }

@@ -1,59 +1,22 @@
 #include "probe/arguments.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <langinfo.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <cwchar>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "probe/findings.h"
-#include "probe/memory.h"
 #include "probe/realmodule.h"
+#include "probe/room.h"
 
 namespace probe {
 namespace {
-
-/// Whether the page of this address can be read. The kernel looks at the set before it finds that it cannot do what it
-/// is asked, and so changes nothing.
-bool IsPageReadable(uintptr_t address) {
-  constexpr int NOTHING = -1;
-  constexpr size_t SET_SIZE = 8;
-  return syscall(SYS_rt_sigprocmask, NOTHING, address / SET_SIZE * SET_SIZE, nullptr, SET_SIZE) == 0 || errno != EFAULT;
-}
-
-uintptr_t PageSize() { return static_cast<uintptr_t>(sysconf(_SC_PAGESIZE)); }
-
-/// Whether the memory has room for `size` bytes, more than none, as far as that can be known.
-bool HasRoom(const void* memory, size_t size) {
-  if (const std::optional<size_t> room = RoomAt(memory)) return size <= *room;
-  const auto begin = reinterpret_cast<uintptr_t>(memory);
-  for (uintptr_t page = begin / PageSize() * PageSize(); page < begin + size; page += PageSize()) {
-    if (!IsPageReadable(page)) return false;
-  }
-  return true;
-}
-
-/// Looks for the NUL in the block that the text begins, or page by page up to memory that is not there.
-bool IsTerminated(const wchar_t* text) {
-  if (const std::optional<size_t> room = RoomAt(text)) return wmemchr(text, 0, *room / sizeof(wchar_t)) != nullptr;
-  constexpr size_t FAR_ENOUGH = 4096;  // no more than 255 bytes of it are used
-  for (size_t i = 0; i < FAR_ENOUGH;) {
-    const auto at = reinterpret_cast<uintptr_t>(text + i);
-    if (!IsPageReadable(at)) return false;
-    const size_t rest = std::max<size_t>((PageSize() - at % PageSize()) / sizeof(wchar_t), 1);
-    if (wmemchr(text + i, 0, rest) != nullptr) return true;
-    i += rest;
-  }
-  return false;
-}
 
 bool IsLog(uint64_t id) { return id >= LOG_APPLICATION && id <= LOG_SEL; }
 
@@ -82,6 +45,18 @@ void CheckRange(const Request& request, const std::string& what) {
   }
 }
 
+/// Bytes from the array to the first other argument that lies within `size` bytes of it: none does in a right array.
+std::optional<size_t> RoomBeforeArguments(const Request& request, size_t size) {
+  const auto array = reinterpret_cast<uintptr_t>(request.array);
+  std::optional<size_t> room;
+  for (const void* argument : {static_cast<const void*>(request.count), static_cast<const void*>(request.identifier),
+                               static_cast<const void*>(request.range)}) {
+    const size_t distance = reinterpret_cast<uintptr_t>(argument) - array;  // one in front of the array is far behind
+    if (argument != nullptr && distance < room.value_or(size)) room = distance;
+  }
+  return room;
+}
+
 void CheckArray(const Request& request, const std::string& what) {
   const size_t capacity = *request.count;
   if (request.array == nullptr) {
@@ -91,10 +66,11 @@ void CheckArray(const Request& request, const std::string& what) {
     return;
   }
   const size_t size = capacity * request.recordSize;
-  if (size == 0 || HasRoom(request.array, size)) return;
-  const size_t room = RoomAt(request.array).value_or(0) / request.recordSize;
+  const std::optional<size_t> room = RoomBeforeArguments(request, size);
+  if (size == 0 || (!room && HasRoom(request.array, size))) return;
+  const size_t records = room.value_or(KnownRoom(request.array).value_or(0)) / request.recordSize;
   Report(Rule::ARRAY_TOO_SMALL, what + " said " + std::to_string(capacity) + ", and the array " +
-                                    (room == 0 ? "ends before that" : "has room for " + std::to_string(room)));
+                                    (records == 0 ? "ends before that" : "has room for " + std::to_string(records)));
 }
 
 /// Looks at the entries of one item that is to be written. Returns whether it has all that a message needs.

@@ -7,6 +7,8 @@
 #include <unwind.h>
 
 #include "probe/findings.h"
+#include "probe/hostfunctions.h"
+#include "probe/imports.h"
 #include "probe/memory.h"
 
 namespace probe {
@@ -87,8 +89,11 @@ LockedCall::~LockedCall() {
 }
 
 void PrepareForForks() {
+  KeepImportsWholeInForks();
   pthread_atfork(nullptr, nullptr, [] {
-    if (process != 0) LeaveMemory();
+    if (process == 0) return;
+    LeaveMemory();
+    LeaveWatch();
   });
 }
 

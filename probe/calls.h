@@ -46,7 +46,7 @@ void CheckCaller(const std::string& what);
 bool IsOwnProcess();
 
 /// Has forked children of a process that has made a call do without what its other threads held: what they free is no
-/// longer looked at.
+/// longer looked at, and its end waits for none of them.
 void PrepareForForks();
 
 }  // namespace probe

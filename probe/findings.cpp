@@ -1,16 +1,21 @@
 #include "probe/findings.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <new>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 namespace probe {
@@ -29,14 +34,47 @@ struct Table {
   std::array<Finding, 400> findings;
 };
 
+/// Its memory has a name, by which a later loading in the same process finds it.
+constexpr const char* TABLE_NAME = "kestrune-probe-findings";
+bool isLaterLoading = false;
+
+Table* FindEarlierTable() {
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    uintptr_t begin = 0, end = 0;
+    if (line.find(std::string("/memfd:") + TABLE_NAME) == std::string::npos ||
+        sscanf(line.c_str(), "%" SCNxPTR "-%" SCNxPTR, &begin, &end) != 2 || end - begin < sizeof(Table)) {
+      continue;
+    }
+    return reinterpret_cast<Table*>(begin);  // NOLINT(performance-no-int-to-ptr): the kernel tells it as a number
+  }
+  return nullptr;
+}
+
+Table* MakeTable() {
+  const int descriptor = memfd_create(TABLE_NAME, MFD_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  void* memory = ftruncate(descriptor, sizeof(Table)) != 0
+                     ? MAP_FAILED
+                     : mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+  close(descriptor);
+  return memory == MAP_FAILED ? nullptr : new (memory) Table{};
+}
+
 Table& Shared() {
   static Table& table = []() -> Table& {
-    void* memory = mmap(nullptr, sizeof(Table), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     static Table own{};
-    return memory == MAP_FAILED ? own : *new (memory) Table{};
+    Table* shared = FindEarlierTable();
+    isLaterLoading = shared != nullptr;
+    if (shared == nullptr) shared = MakeTable();
+    return shared == nullptr ? own : *shared;
   }();
   return table;
 }
+
+/// Where the report goes, without endings, or empty. Read when the probe is loaded: the host may change its folder and
+/// its environment.
+std::string reportPath;
 
 std::vector<const Finding*> FindingsOf(Rule rule) {
   std::vector<const Finding*> found;
@@ -50,22 +88,33 @@ std::vector<const Finding*> FindingsOf(Rule rule) {
 
 const RuleText& TextOf(Rule rule) { return RULES.at(static_cast<size_t>(rule)); }
 
-void WriteAll(int descriptor, std::string_view text) {
+bool WriteAll(int descriptor, std::string_view text) {
   while (!text.empty()) {
     const ssize_t written = write(descriptor, text.data(), text.size());
-    if (written <= 0) return;
+    if (written <= 0) return false;
     text.remove_prefix(static_cast<size_t>(written));
   }
+  return true;
 }
 
-/// Replaces the file at once: a reader never sees half of it.
-void ReplaceFile(const std::string& path, const std::string& content) {
-  const std::string fresh = path + "." + std::to_string(getpid());
+/// Replaces the file at once: a reader never sees half of it. Each thread has a fresh file of its own.
+bool ReplaceFile(const std::string& path, const std::string& content) {
+  const std::string fresh = path + "." + std::to_string(gettid());
   const int descriptor = open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-  if (descriptor < 0) return;
-  WriteAll(descriptor, content);
-  close(descriptor);
-  rename(fresh.c_str(), path.c_str());
+  if (descriptor < 0) return false;
+  const bool isWritten = WriteAll(descriptor, content);
+  if (close(descriptor) == 0 && isWritten && rename(fresh.c_str(), path.c_str()) == 0) return true;
+  const int error = errno;
+  unlink(fresh.c_str());
+  errno = error;
+  return false;
+}
+
+void ReplaceReportFile(const std::string& path, const std::string& content) {
+  static std::atomic<bool> isToldOf{false};
+  if (ReplaceFile(path, content) || isToldOf.exchange(true)) return;
+  WriteAll(STDERR_FILENO,
+           "kestrune-probe: cannot write the report '" + path + "': " + std::generic_category().message(errno) + "\n");
 }
 
 std::string RenderTap() {
@@ -121,7 +170,12 @@ std::string RenderXml() {
 
 }  // namespace
 
-void PrepareReport() { Shared(); }
+bool PrepareReport() {
+  Shared();
+  const char* path = getenv("KESTRUNE_PROBE_REPORT");
+  if (path != nullptr && *path != '\0') reportPath = std::filesystem::absolute(path);
+  return isLaterLoading;
+}
 
 void Report(Rule rule, const std::string& what) {
   std::array<char, sizeof(Finding::what)> line{};
@@ -143,10 +197,14 @@ void Report(Rule rule, const std::string& what) {
 }
 
 void WriteReport() {
-  const char* path = getenv("KESTRUNE_PROBE_REPORT");
-  if (path == nullptr || *path == '\0') return;
-  ReplaceFile(std::string(path) + ".tap", RenderTap());
-  ReplaceFile(std::string(path) + ".xml", RenderXml());
+  if (reportPath.empty()) return;
+  // Another thread may have put an older report in the place of this one's, or this one an older one in its place.
+  size_t used = 0;
+  do {
+    used = Shared().used;
+    ReplaceReportFile(reportPath + ".tap", RenderTap());
+    ReplaceReportFile(reportPath + ".xml", RenderXml());
+  } while (used != Shared().used);
 }
 
 }  // namespace probe

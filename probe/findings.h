@@ -10,8 +10,9 @@
 
 namespace probe {
 
-/// Makes the memory of the findings; forked children share that of their parent.
-void PrepareReport();
+/// Makes the memory of the findings; forked children share that of their parent. Returns whether this process had
+/// loaded the probe before: then what was found stays, and the report goes on.
+bool PrepareReport();
 
 /// Notes that `what` was done against `rule`. The same words are noted once. From any thread, also in a forked child,
 /// whose findings stand in the report of its parent.

@@ -216,7 +216,7 @@ void WrapHostFunctions() {
   Dl_info info{};
   if (dladdr(reinterpret_cast<void*>(real.SPConfig), &info) == 0) return;
   RedirectImports([&](std::string_view, const void* base) { return base == info.dli_fbase; },
-                  [](std::string_view name, void* before) -> void* {
+                  [](const void*, std::string_view name, void* before) -> void* {
                     for (const Wrapped& wrapped : WRAPPED) {
                       if (wrapped.name != name) continue;
                       if (before != wrapped.wrapper) *wrapped.original = before;

@@ -15,6 +15,9 @@ void WrapHostFunctions();
 void BeginWatch();
 void EndWatch();
 
+/// In a forked child, where the watching thread is not: forgets it.
+void LeaveWatch();
+
 }  // namespace probe
 
 #endif  // KESTRUNE_PROBE_HOSTFUNCTIONS_H_

@@ -1,6 +1,7 @@
 #include "probe/imports.h"
 
 #include <link.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -131,10 +132,11 @@ size_t RedirectImports(const std::function<bool(std::string_view path, const voi
   const std::lock_guard lock(mutex);
   size_t count = 0;
   ForEachObject([&](const dl_phdr_info& object) {
-    if (!isMeant(object.dlpi_name, reinterpret_cast<const void*>(object.dlpi_addr))) return;
+    const auto* base = reinterpret_cast<const void*>(object.dlpi_addr);
+    if (!isMeant(object.dlpi_name, base)) return;
     ForEachImport(object, [&](std::string_view name, void** place) {
       void* before = __atomic_load_n(place, __ATOMIC_ACQUIRE);
-      void* after = redirection(name, before);
+      void* after = redirection(base, name, before);
       if (after == nullptr || after == before || !WritePlace(object, place, after)) return;
       changes[place] = {before, after};
       ++count;
@@ -153,6 +155,11 @@ void RestoreImports() {
     });
   });
   changes.clear();
+}
+
+void KeepImportsWholeInForks() {
+  const auto unlock = [] { mutex.unlock(); };
+  pthread_atfork([] { mutex.lock(); }, unlock, unlock);
 }
 
 bool HaveObjectsChanged() {

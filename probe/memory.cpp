@@ -8,8 +8,11 @@
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
+#include <map>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "probe/imports.h"
 #include "probe/ownership.h"
@@ -20,6 +23,9 @@ namespace {
 thread_local int ownWork = 0;
 std::atomic<bool> isWatching{false};
 std::atomic<bool> areFreesSeen{false};
+
+/// A block that the probe itself frees, to learn whether that is seen.
+thread_local const void* sought = nullptr;
 
 /// A block allocated lately; of two that share a place, the later one stays.
 struct Recent {
@@ -46,7 +52,11 @@ void* Allocated(void* block, size_t size) {
 
 /// Whether the block is free now without more being done.
 bool Freed(void* block, Means means) {
-  if (block == nullptr || !IsHosts()) return false;
+  if (block == nullptr) return false;
+  if (!IsHosts()) {
+    if (block == sought) sought = nullptr;
+    return false;
+  }
   Recent& place = PlaceOf(block);
   uintptr_t expected = reinterpret_cast<uintptr_t>(block);
   place.block.compare_exchange_strong(expected, 0, std::memory_order_relaxed);
@@ -64,12 +74,18 @@ void* Malloc(size_t size) { return Allocated(malloc(size), size); }
 void* Calloc(size_t count, size_t size) { return Allocated(calloc(count, size), count * size); }
 
 void* Realloc(void* block, size_t size) {
-  if (Freed(block, Means::FREE)) return Allocated(malloc(size), size);
-  return Allocated(realloc(block, size), size);
+  const size_t before = malloc_usable_size(block);
+  if (!Freed(block, Means::FREE)) return Allocated(realloc(block, size), size);
+  void* moved = malloc(size);
+  if (moved != nullptr) memcpy(moved, block, std::min(before, size));
+  return Allocated(moved, size);
 }
 
 void Free(void* block) {
   if (!Freed(block, Means::FREE)) free(block);
+}
+void FreeUnknown(void* block) {
+  if (!Freed(block, Means::UNKNOWN)) free(block);
 }
 void Delete(void* block) {
   if (!Freed(block, Means::DELETE)) ::operator delete(block);
@@ -122,6 +138,35 @@ bool IsHostsObject(std::string_view path, const void* base) {
   return std::ranges::none_of(LANGUAGES, [&](std::string_view known) { return name.starts_with(known); });
 }
 
+/// What the imports of an object say of its language.
+struct Language {
+  bool hasUnwinder = false;  ///< imports one
+  bool hasRuntime = false;   ///< imports that of C++
+
+  /// An object with the runtime of C++ linked into it: its `delete` ends in its import of `free`.
+  bool BringsDelete() const { return hasUnwinder && !hasRuntime; }
+};
+
+std::map<const void*, Language> ReadLanguages() {
+  std::map<const void*, Language> languages;
+  RedirectImports(IsHostsObject, [&](const void* base, std::string_view name, void*) -> void* {
+    Language& language = languages[base];
+    language.hasUnwinder |= name.starts_with("_Unwind_") || name == "dl_iterate_phdr" || name == "_dl_find_object";
+    language.hasRuntime |= name.starts_with("_Zd") || name.starts_with("__gxx_personality") || name == "__cxa_throw";
+    return nullptr;
+  });
+  return languages;
+}
+
+/// Whether `operator delete[]`, where it is the host's own, leads to a free that is seen.
+bool IsReplacedDeleteSeen() {
+  if (!IsDeleteReplaced()) return true;
+  void* block = ::operator new[](1);
+  sought = block;
+  ::operator delete[](block);
+  return std::exchange(sought, nullptr) == nullptr;
+}
+
 }  // namespace
 
 OwnWork::OwnWork() { ++ownWork; }
@@ -129,14 +174,17 @@ OwnWork::~OwnWork() { --ownWork; }
 
 void WatchMemory() {
   if (!HaveObjectsChanged()) return;
-  RedirectImports(IsHostsObject, [](std::string_view name, void*) -> void* {
+  bool isAnyFreeSeen = areFreesSeen;
+  std::map<const void*, Language> languages = ReadLanguages();
+  RedirectImports(IsHostsObject, [&](const void* base, std::string_view name, void*) -> void* {
     for (const Watched& watched : WATCHED) {
       if (watched.name != name) continue;
-      if (watched.frees) areFreesSeen = true;
-      return watched.own;
+      isAnyFreeSeen |= watched.frees;
+      return name == "free" && languages[base].BringsDelete() ? Address(FreeUnknown) : watched.own;
     }
     return nullptr;
   });
+  areFreesSeen = isAnyFreeSeen && IsReplacedDeleteSeen();
   isWatching = true;
 }
 

@@ -23,7 +23,8 @@ void WatchMemory();
 /// Stops watching; the imports must have been restored.
 void LeaveMemory();
 
-/// Whether frees can be seen: not in a program that brings its allocator with it and imports none.
+/// Whether frees can be seen: not in a program that brings its allocator with it and imports none, or whose own
+/// `operator delete[]` frees by no import.
 bool AreFreesSeen();
 
 /// Whether `operator delete[]` is the host's own, whose work is seen as what it does itself.

@@ -11,6 +11,7 @@
 
 #include "probe/findings.h"
 #include "probe/memory.h"
+#include "probe/room.h"
 #include "probe/shadow.h"
 
 namespace probe {
@@ -118,7 +119,14 @@ void Keep(char* begin) {
 }
 
 const char* NameOf(Means means) {
-  return means == Means::ARRAY_DELETE ? "array delete" : means == Means::DELETE ? "delete" : "free()";
+  switch (means) {
+    case Means::ARRAY_DELETE:
+      return "array delete";
+    case Means::DELETE:
+      return "delete";
+    default:
+      return "free()";
+  }
 }
 
 std::string OriginOf(uint32_t call) {
@@ -165,6 +173,12 @@ void CheckContent(char* begin, const Block& block) {
   if (!isSame) Report(Rule::CHANGED, NameOf(block) + " had been changed when it was freed");
 }
 
+/// Whether an array of entries that was given, and was not seen to be freed, has its length in front of it still.
+bool HasRightLength(uintptr_t begin) {
+  const auto* memory = reinterpret_cast<const char*>(begin);  // NOLINT(performance-no-int-to-ptr): notes are by number
+  return IsReadable(memory) && CountEntries(memory) <= ENTRIES_MAX;
+}
+
 void NoteOrigin(uint32_t call, const std::string& text) {
   const std::lock_guard lock(originMutex);
   origins[call & Block::CALL_MASK] = text;
@@ -200,7 +214,7 @@ void GiveString(BSTR string, uint32_t call, const std::string& origin) {
 
 bool TakeBack(void* memory, Means means) {
   auto* begin = static_cast<char*>(memory);
-  bool isRight = means == Means::ARRAY_DELETE || IsDeleteReplaced();
+  bool isRight = means == Means::ARRAY_DELETE || means == Means::UNKNOWN || IsDeleteReplaced();
   Block block;
   if (!MarkFreed(begin, block)) {
     // The array itself handed over, with its length left in front of it: no array delete of entries.
@@ -232,15 +246,18 @@ void ReportLeft() {
     size_t strings = 0;
   };
   std::map<uint32_t, Left> left;
-  shadow.ForEach([&](uintptr_t, Shadow::Note& note) {
+  bool areFreesMissed = false;
+  shadow.ForEach([&](uintptr_t begin, Shadow::Note& note) {
     const Block block = Block::Unpack(note);
     if (block.isFreed) return;
+    // No host writes before the entries that it got: their length goes when the heap takes the block back.
+    if (block.kind == Kind::ENTRIES) areFreesMissed |= !HasRightLength(begin);
     Left& sum = left[block.call];
     ++(block.kind == Kind::ENTRIES ? sum.arrays : sum.strings);
     note = 0;
   });
   for (const auto& [call, sum] : left) {
-    if (!AreFreesSeen()) return;
+    if (!AreFreesSeen() || areFreesMissed) return;
     Report(Rule::NOT_FREED, std::to_string(sum.arrays) + " arrays of entries and " + std::to_string(sum.strings) +
                                 " strings given by " + OriginOf(call) + " were still there at the stop");
   }

@@ -9,8 +9,8 @@
 
 namespace probe {
 
-/// How something was freed.
-enum class Means { ARRAY_DELETE, DELETE, FREE };
+/// How something was freed; what came by way of the host's own `delete` may have been any.
+enum class Means { ARRAY_DELETE, DELETE, FREE, UNKNOWN };
 
 /// Notes the entries and strings of items that a call gave, which `origin` describes.
 void GiveItems(const tagCONFIGITEM* items, uint32_t count, uint32_t call, const std::string& origin);

@@ -1,7 +1,12 @@
 /// probe.cpp: the probe's exported surface: the module's names. Each call is looked at and goes on to the real module.
+#include <errno.h>
+#include <fcntl.h>
+
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <system_error>
 #include <thread>
 
 #include "probe/arguments.h"
@@ -37,8 +42,12 @@ class Presence {
  public:
   Presence() {
     const OwnWork own;
-    probe::PrepareReport();
-    if (const char* path = getenv("KESTRUNE_PROBE_TRACE"); path != nullptr && *path != '\0') probe::OpenTrace(path, true);
+    const bool isLaterLoading = probe::PrepareReport();
+    const char* path = getenv("KESTRUNE_PROBE_TRACE");
+    if (path != nullptr && *path != '\0' && !probe::OpenTrace(path, isLaterLoading ? O_APPEND : O_TRUNC)) {
+      const std::string reason = std::generic_category().message(errno);
+      fprintf(stderr, "kestrune-probe: cannot write the trace '%s': %s\n", path, reason.c_str());
+    }
     probe::ReadTrouble();
     probe::CheckHostFunctions();
     if (!probe::LoadRealModule()) return;

@@ -36,9 +36,12 @@ double Milliseconds(std::chrono::steady_clock::duration time) {
 
 }  // namespace
 
-bool OpenTrace(const char* path, bool mayExist) {
-  const int flags = O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (mayExist ? O_TRUNC : O_EXCL);
-  const int descriptor = open(path, flags, 0644);
+bool OpenTrace(const char* path, int how) {
+  const int lowest = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | how, 0644);
+  if (lowest < 0) return false;
+  // Of the standard streams' descriptors none is taken: whether the host has them open is looked at.
+  const int descriptor = lowest > STDERR_FILENO ? lowest : fcntl(lowest, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (descriptor != lowest) close(lowest);
   if (descriptor < 0) return false;
   opened = std::chrono::steady_clock::now();
   file = descriptor;

@@ -12,9 +12,9 @@
 
 namespace probe {
 
-/// Makes the file of the trace, or empties one that is there if it may be, and writes to it from now on. Returns false,
-/// with errno set, if that fails.
-bool OpenTrace(const char* path, bool mayExist);
+/// Opens the file of the trace and writes to it from now on. What of a file that is there `how` says: O_EXCL, there
+/// must be none, O_TRUNC, it is emptied, or O_APPEND, the trace goes on. Returns false, with errno set, if that fails.
+bool OpenTrace(const char* path, int how);
 
 /// Closes it. No call may be under way.
 void CloseTrace();

@@ -9,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "probe/room.h"
 #include "probe/troublechoice.h"
 
 namespace probe {
@@ -102,6 +103,7 @@ tagVARIANT* Find(const tagCONFIGITEM& item, uint32_t id) {
 void Shrink(const Request& request, uint32_t by, const std::vector<tagCONFIGITEM>& before) {
   for (; by > 0 && *request.count > 1; --by) {
     const uint32_t last = --*request.count;
+    if (request.range != nullptr) --request.range->dwEnd;
     delete[] request.Items()[last].pEntries;
     request.Items()[last] = before[last];
   }
@@ -131,7 +133,7 @@ void SpoilReply(const Request& request, const Choice& choice, const std::vector<
     }
   }
   if (!IsLog(request) || count == 0) return;
-  if (choice.trouble == Trouble::SHRINK) Shrink(request, choice.number, before);
+  if (choice.trouble == Trouble::SHRINK && count <= before.size()) Shrink(request, choice.number, before);
   if (choice.trouble == Trouble::NO_ENTRIES) RemoveEntries(items[count / 2]);
   if (choice.trouble == Trouble::TEXT) SpoilText(items, count);
   for (uint32_t i = 0; choice.trouble == Trouble::ERROR_VALUE && i < count; ++i) {
@@ -177,7 +179,9 @@ int32_t AnswerWithTrouble(const Request& request, const std::function<int32_t()>
   if (choice.trouble == Trouble::GONE) return AnswerFromRecords(request, 0);
   if (choice.trouble == Trouble::RECORDS && IsLog(request)) return AnswerFromRecords(request, choice.number);
   std::vector<tagCONFIGITEM> before;
-  if (choice.trouble == Trouble::SHRINK) before.assign(request.Items(), request.Items() + *request.count);
+  if (choice.trouble == Trouble::SHRINK && HasRoom(request.Items(), *request.count * sizeof(tagCONFIGITEM))) {
+    before.assign(request.Items(), request.Items() + *request.count);
+  }
   const int32_t result = ask();
   if (choice.trouble == Trouble::LATE) std::this_thread::sleep_for(std::chrono::milliseconds(choice.number));
   if (result == 0) return result;

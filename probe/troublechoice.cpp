@@ -48,9 +48,9 @@ struct Turn {
   bool isCounted = false;
   uint32_t number = 0;  ///< how many turns there were
 };
+using List = std::pair<Kind, uint64_t>;
 std::mutex mutex;
-std::map<std::pair<Kind, uint64_t>, Turn> turns;  // guarded by the mutex
-uint64_t drawn = 0;                               // likewise
+std::map<List, Turn> turns;  // guarded by the mutex
 
 void Complain(const std::string& why) {
   const std::string line = "kestrune-probe: KESTRUNE_PROBE_TROUBLE: " + why + "\n";
@@ -64,10 +64,11 @@ uint64_t Scramble(uint64_t word) {
   return word ^ word >> 31;
 }
 
-/// The choice for a list's turn. Of those drawn from a seed every other one is none.
-Choice Draw(uint32_t turn) {
+/// The choice for a list's turn. Of those drawn from a seed every other one is none; each list has draws of its own, so
+/// that threads which ask for several lists at once get the same ones in every run.
+Choice Draw(const List& list, uint32_t turn) {
   if (!seed) return !isOnce || turn % 2 == 1 ? asked : Choice{};
-  const uint64_t random = Scramble(*seed + ++drawn);
+  const uint64_t random = Scramble(Scramble(Scramble(*seed + static_cast<uint64_t>(list.first)) + list.second) + turn);
   if ((random & 1) == 0) return {};
   const TroubleName& name = NAMES.at(random / 2 % NAMES.size());
   const uint32_t number =
@@ -123,10 +124,11 @@ void ReadTroubleChoice() {
 Choice ChooseTrouble(const Request& request) {
   if (!request.IsList() || request.count == nullptr || (asked.trouble == Trouble::NONE && !seed)) return {};
   const std::lock_guard lock(mutex);
-  Turn& turn = turns[{request.kind, request.Log()}];
+  const List list{request.kind, request.Log()};
+  Turn& turn = turns[list];
   // Whoever fetches without counting has a turn of its own.
   const bool isFetch = request.array != nullptr;
-  if (!isFetch || !turn.isCounted) turn.choice = Draw(++turn.number);
+  if (!isFetch || !turn.isCounted) turn.choice = Draw(list, ++turn.number);
   turn.isCounted = !isFetch;
   return turn.choice;
 }

@@ -8,10 +8,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "probe/calls.h"
 #include "probe/findings.h"
@@ -30,10 +33,15 @@ struct Place {
 };
 std::array<Place, 32> places;
 
-std::mutex mutex;
-std::condition_variable condition;
-bool isEnding = false;  // guarded by the mutex
-std::thread watcher;
+/// The thread that watches, and what it waits for.
+struct Watcher {
+  std::mutex mutex;
+  std::condition_variable condition;
+  bool isEnding = false;  // guarded by the mutex
+  std::thread thread;
+};
+std::mutex currentMutex;
+std::unique_ptr<Watcher> current;  // guarded by currentMutex
 
 std::chrono::milliseconds Limit() {
   const char* text = getenv("KESTRUNE_PROBE_LIMIT");
@@ -45,10 +53,10 @@ void ReportSlow(const char* name, std::chrono::milliseconds limit) {
   Report(Rule::FUNCTION_SLOW, std::string(name) + " had not come back after " + std::to_string(limit.count()) + " ms");
 }
 
-void Watch(std::chrono::milliseconds limit) {
+void Watch(Watcher& watcher, std::chrono::milliseconds limit) {
   const OwnWork own;
-  std::unique_lock lock(mutex);
-  while (!condition.wait_for(lock, limit / 4, [] { return isEnding; })) {
+  std::unique_lock lock(watcher.mutex);
+  while (!watcher.condition.wait_for(lock, limit / 4, [&] { return watcher.isEnding; })) {
     const Clock::rep latest = (Clock::now() - limit).time_since_epoch().count();
     for (Place& place : places) {
       const char* name = place.name;
@@ -78,15 +86,16 @@ HostCall::~HostCall() {
 }
 
 void BeginWatch() {
-  const std::lock_guard lock(mutex);
-  if (watcher.joinable()) return;
-  isEnding = false;
+  const std::lock_guard lock(currentMutex);
+  if (current != nullptr) return;
+  auto watcher = std::make_unique<Watcher>();
   // The host's signals are none of the watcher's business.
   sigset_t all, before;
   sigfillset(&all);
   pthread_sigmask(SIG_SETMASK, &all, &before);
   try {
-    watcher = std::thread(Watch, Limit());
+    watcher->thread = std::thread(Watch, std::ref(*watcher), Limit());
+    current = std::move(watcher);
   } catch (const std::system_error&) {
     // Without a thread nothing is watched.
   }
@@ -94,14 +103,23 @@ void BeginWatch() {
 }
 
 void EndWatch() {
-  std::thread ending;
+  std::unique_ptr<Watcher> ending;
   {
-    const std::lock_guard lock(mutex);
-    isEnding = true;
-    ending.swap(watcher);
+    const std::lock_guard lock(currentMutex);
+    ending.swap(current);
   }
-  condition.notify_all();
-  if (ending.joinable()) ending.join();
+  if (ending == nullptr) return;
+  {
+    const std::lock_guard lock(ending->mutex);
+    ending->isEnding = true;
+  }
+  ending->condition.notify_all();
+  ending->thread.join();
+}
+
+void LeaveWatch() {
+  // Never destroyed: the end of a thread that is still to be joined would be the end of the process.
+  [[maybe_unused]] Watcher* left = current.release();
 }
 
 }  // namespace probe

@@ -13,8 +13,8 @@ page_packages=(cockpit-ws cockpit-bridge python3)
 browser_packages=(chromium chromium-driver python3-selenium)  # in which the page is tested and measured
 package_packages=(dpkg-dev file)  # beside those to build
 test_packages=("${fuzz_packages[@]}" "${package_packages[@]}" libgtest-dev openipmi ipmitool freeipmi-tools
-  rsyslog logrotate socat zsh systemd
-  "${page_packages[@]}" "${browser_packages[@]}")
+  rsyslog logrotate socat zsh
+  "${fleet_packages[@]}" "${page_packages[@]}" "${browser_packages[@]}")
 lint_packages=("${test_packages[@]}" libbenchmark-dev clang-format clang-tidy shellcheck git)
 
 say() { echo "== $*"; }

@@ -90,9 +90,13 @@ user 3 true "boss" "mighty" admin 10 {methods}
 
 
 def install_command(host, options):
-    """Has `kestrune-host` be the built one, `host`, with options before those that the page gives."""
-    words = " ".join(f"'{word}'" for word in [host, *options])
-    write("/tmp/bin/kestrune-host", f"#!/bin/sh\nPATH=/usr/sbin:/usr/bin:/sbin:/bin exec {words} \"$@\"\n", 0o755)
+    """Has `kestrune-host` be the built one, `host`, with options that name a controller, unless the page wants none."""
+    words = " ".join(f"'{word}'" for word in options)
+    write("/tmp/bin/kestrune-host", f"""#!/bin/sh
+PATH=/usr/sbin:/usr/bin:/sbin:/bin
+[ "$1" = --no-controller ] || set -- {words} "$@"
+exec '{host}' "$@"
+""", 0o755)
 
 
 def serve(port):

@@ -1,5 +1,6 @@
 #include "standin/session.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -62,7 +63,7 @@ class InterruptibleController final : public Controller {
 
 Session::Session(const Options& options) : path_(options.module), verbose_(options.verbose) {
   RequireCommands();
-  if (options.trace && !probe::OpenTrace(options.trace->c_str(), false)) {
+  if (options.trace && !probe::OpenTrace(options.trace->c_str(), O_EXCL)) {
     throw Failure(REQUEST_FAILED, "cannot write '" + *options.trace + "': " + std::strerror(errno));
   }
   // All of the machine has to be there before the module starts.

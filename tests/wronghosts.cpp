@@ -1,14 +1,16 @@
 /// wronghosts.cpp: small hosts with one mistake each, one row for each; the probe must report it by its rule and by no
 /// other. Right hosts, of whom it must report nothing, and the troubles on cue that a right host bears.
 ///
-///   wronghosts PROBE INCOMPLETE    runs every row, each in a process of its own; INCOMPLETE is this program without a
-///   function wronghosts PROBE run NUMBER    runs one row
+///   wronghosts PROBE INCOMPLETE [OTHER]...    runs every row, each in a process of its own; INCOMPLETE is this program
+///   without a function, and the others are this program built in other ways, of which right hosts are run
+///   wronghosts PROBE run NUMBER    runs one row
 #include <dlfcn.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <clocale>
 #include <cstdio>
@@ -39,6 +41,22 @@ std::function<int(uint32_t* size, char* buffer)> property;
 size_t tooMuch = 0;  // bytes that gmGetIPMIInfo writes beyond its record
 
 }  // namespace
+
+#ifdef ARENA
+// A program with an allocator of its own, which frees nothing.
+KESTRUNE_EXPORT void* operator new(size_t size) {
+  alignas(16) static char arena[16 << 20];
+  static std::atomic<size_t> used{0};
+  return arena + used.fetch_add((size + 15) / 16 * 16);
+}
+KESTRUNE_EXPORT void* operator new[](size_t size) { return operator new(size); }
+KESTRUNE_EXPORT void operator delete(void*) noexcept {}
+KESTRUNE_EXPORT void operator delete[](void*) noexcept {}
+KESTRUNE_EXPORT void operator delete(void*, size_t) noexcept {}
+KESTRUNE_EXPORT void operator delete[](void*, size_t) noexcept {}
+#endif
+
+KESTRUNE_EXPORT tagCONFIGITEM twoItems[2];
 
 extern "C" {
 KESTRUNE_EXPORT void Output(int, const char*, ...) {
@@ -77,7 +95,7 @@ void Check(bool good, const std::string& what) {
 
 /// The probe, in the module's place. It is unloaded at the end of the process, or by a row.
 struct Probe {
-  explicit Probe(const char* path) : library(dlopen(path, RTLD_NOW)) {
+  explicit Probe(const char* file) : path(file), library(dlopen(file, RTLD_NOW)) {
     if (library == nullptr) throw std::runtime_error(dlerror());
   }
   template <typename Pointer>
@@ -86,6 +104,7 @@ struct Probe {
     Check(symbol != nullptr, name);
     return reinterpret_cast<Pointer>(symbol);
   }
+  std::string path;
   void* library;
   KESTRUNE_MODULE_NAME(SPInitialize);
   KESTRUNE_MODULE_NAME(SPUninitialize);
@@ -143,6 +162,13 @@ void Write(int64_t level, wchar_t* text, uint32_t count = 2) {
   uint32_t items = 1;
   module->SPConfig(SP_OP_SET, SP_PROPERTY, &identifier, &items, item.data());
   entries[1].varValue.vt = VT_EMPTY;
+}
+
+/// Fetches the one record of the secure log into an array, with a capacity that is told to be 20.
+void FetchInto(tagCONFIGITEM* items, uint32_t& count) {
+  tagIDV identifier = Group(LOG_SECURE);
+  count = 20;
+  if (Get(SP_CONFIGITEM, &identifier, &count, items)) delete[] items[0].pEntries;
 }
 
 /// A page of text without an end, and nothing behind it.
@@ -237,6 +263,19 @@ const std::vector<Row> ROWS{
        for (int i = 0; i < 4; ++i) threads.emplace_back([] { FetchAndFree(); });
        for (std::thread& thread : threads) thread.join();
      }},
+    {"", "has a child that ends",
+     [] {
+       int status = 1;
+       if (fork() == 0) exit(0);
+       Check(wait(&status) > 0 && status == 0, "the child's end");
+     }},
+    {"", "frees through an address",
+     [] {
+       Items items = Fetch(LOG_SECURE);
+       char* begin = reinterpret_cast<char*>(items.at(0).pEntries) - sizeof(size_t);
+       for (int i = 0; i < 5; ++i) ReleaseVariant(items.at(0).pEntries[i].varValue);
+       reinterpret_cast<void (*)(void*)>(dlsym(RTLD_DEFAULT, "_ZdaPv"))(begin);
+     }},
     {"", "forks into the background before it starts",
      [] {
        if (fork() != 0) _exit(wait(nullptr) > 0 ? 0 : 1);
@@ -280,6 +319,15 @@ const std::vector<Row> ROWS{
     {"sigchld", "SIGCHLD ignored", [] { signal(SIGCHLD, SIG_IGN), FetchAndFree(); }},
     {"unknown-request", "a request of another name", [] { Get("SP_CONFIGITEMS", nullptr, nullptr); }},
     {"unknown-request", "no name", [] { Get(nullptr, nullptr, nullptr); }},
+    {"unknown-request", "another name, in the first of two loadings",
+     [] {
+       Start(), Get("SP_CONFIGITEMS", nullptr, nullptr), Stop(), dlclose(module->library);
+       module = std::make_unique<Probe>(std::string(module->path).c_str());
+       Start(), Stop();
+     },
+     false},
+    {"unknown-request", "another name, without the environment that was there at first",
+     [] { clearenv(), Get("SP_CONFIGITEMS", nullptr, nullptr); }},
     {"unknown-request", "the catalogue, set",
      [] { module->SPConfig(SP_OP_SET, SP_CONFIGGROUPS, nullptr, nullptr, nullptr); }},
     {"null-argument", "no identifier",
@@ -295,11 +343,30 @@ const std::vector<Row> ROWS{
     {"null-array", "a capacity without an array", [] { Count(LOG_MESSAGES, 7), FetchAndFree(); }},
     {"array-too-small", "20 items announced, and room for 2",
      [] {
-       uint32_t count = 20;
-       tagIDV identifier = Group(LOG_SECURE);
+       uint32_t count;
        auto* items = static_cast<tagCONFIGITEM*>(malloc(2 * sizeof(tagCONFIGITEM)));
-       if (Get(SP_CONFIGITEM, &identifier, &count, items)) delete[] items[0].pEntries;
+       FetchInto(items, count);
        free(items);
+     }},
+    {"array-too-small", "20 items announced, and room for 2 in the function",
+     [] {
+       static uint32_t count;
+       tagCONFIGITEM items[2];
+       FetchInto(items, count);
+     }},
+    {"array-too-small", "20 items announced, and an exported array of 2",
+     [] {
+       uint32_t count;
+       FetchInto(twoItems, count);
+     }},
+    {"array-too-small", "20 items announced, and the count behind the second",
+     [] {
+       static struct {
+         tagCONFIGITEM items[2];
+         uint32_t count;
+         char rest[1000];
+       } all;
+       FetchInto(all.items, all.count);
      }},
     {"array-too-small", "9 groups announced, and a page with room for 5 at its end",
      [] {
@@ -499,8 +566,10 @@ std::string Join(const std::set<std::string>& names) {
   return text;
 }
 
-/// Runs every row. Returns how many went otherwise than they should.
-int RunAll(const std::string& self, const std::string& probe, const std::string& incomplete) {
+/// Runs every row, and the first one of the programs built in other ways. Returns how many went otherwise than they
+/// should.
+int RunAll(const std::string& self, const std::string& probe, const std::string& incomplete,
+           const std::vector<std::string>& others) {
   int wrong = 0;
   const auto judge = [&](bool good, const std::string& what) {
     std::printf("%s: %s\n", good ? "so" : "NOT SO", what.c_str());
@@ -521,6 +590,10 @@ int RunAll(const std::string& self, const std::string& probe, const std::string&
     judge(found == rule, std::string(ROWS[i].mistake) + ": reported by '" + found + "'");
     if (!rule.empty()) withRow.insert(rule);
   }
+  for (const std::string& other : others) {
+    const std::string found = run(other, "0", "");
+    judge(found.empty(), std::string(other).append(": reported by '").append(found).append("'"));
+  }
   judge(withRow == rules && !rules.empty(), "every rule has a row");
   for (const auto& [trouble, expected] : TROUBLES) {
     const std::string found = run(self, "look", trouble);
@@ -528,10 +601,10 @@ int RunAll(const std::string& self, const std::string& probe, const std::string&
     judge(found.empty() && seen == expected + "\n",
           std::string("trouble ").append(trouble).append(": ").append(seen).append(found));
   }
-  std::ofstream("/tmp/trouble") << "# a file\nseed=3\n";
+  std::ofstream("/tmp/trouble") << "# a file\nseed=7\n";
   std::set<std::string> seeded;
   std::vector<std::string> sights;
-  for (const char* trouble : {"seed=3", "/tmp/trouble", "seed=4"}) {
+  for (const char* trouble : {"seed=7", "/tmp/trouble", "seed=10"}) {
     judge(run(self, "look", trouble).empty(), std::string("nothing found with ") + trouble);
     sights.push_back(ReadFile("/tmp/seen"));
   }
@@ -573,12 +646,13 @@ int RunOne(const std::string& probe, const std::string& number) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if ((argc != 3 && argc != 4) || std::getenv("KESTRUNE_PRIVATE_MACHINE") == nullptr) {
+  if (argc < 3 || std::getenv("KESTRUNE_PRIVATE_MACHINE") == nullptr) {
     std::fputs("wronghosts: runs in a private machine, with the probe and its incomplete self\n", stderr);
     return 2;
   }
   try {
-    return argc == 4 ? RunOne(argv[1], argv[3]) : RunAll(argv[0], argv[1], argv[2]) == 0 ? 0 : 1;
+    if (argc == 4 && std::string(argv[2]) == "run") return RunOne(argv[1], argv[3]);
+    return RunAll(argv[0], argv[1], argv[2], {argv + 3, argv + argc}) == 0 ? 0 : 1;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "wronghosts: %s\n", error.what());
     return 1;
