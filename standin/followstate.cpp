@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <stdio.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,8 +97,12 @@ void FollowState::Lock() {
   const std::string path = path_ + ".lock";
   lock_ = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
   if (lock_ < 0) Fail(path, "write");
-  if (flock(lock_, LOCK_EX | LOCK_NB) == 0) return;
-  if (errno != EWOULDBLOCK) Fail(path, "lock");
+  // A lock of flock would live on in a command of the module whose follower was killed.
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  if (fcntl(lock_, F_SETLK, &whole) == 0) return;
+  if (errno != EAGAIN && errno != EACCES) Fail(path, "lock");
   throw Failure(REQUEST_FAILED, "another process follows the log with the state file '" + path_ + "'");
 }
 

@@ -5,6 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "standin/selrows.h"
 #include "standin/signals.h"
 
 namespace standin {
@@ -81,6 +82,15 @@ std::vector<Row> SELFollower::ListNew(uint32_t count) {
     const size_t fresh = CountNew(seen_, listed);
     if (end < count && fresh + CHAIN > listed.size()) continue;
     rows.resize(fresh);
+    if (rows.empty() || rows.back().fields["source"] != FROM_ARCHIVE) return rows;
+    // Behind a log that was cleared, an archive of one record begins no chain. None comes to an archive a second time.
+    known = {seen_.begin(), seen_.end()};
+    rows.erase(std::remove_if(rows.begin(), rows.end(),
+                              [&known](const Row& row) {
+                                return row.fields["source"] == FROM_ARCHIVE && row.fields["raw"].is_string() &&
+                                       known.contains(KeyOf(row));
+                              }),
+               rows.end());
     return rows;
   }
 }
