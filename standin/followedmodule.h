@@ -28,6 +28,9 @@ class FollowedModule {
   /// Loads and starts the module anew: it has forgotten everything then.
   void Reload();
 
+  /// Entries of the controller's log that the module has read.
+  size_t EntriesRead() const { return session_.GetKeeper().Size(); }
+
   std::vector<std::string> Files(uint16_t log) const;
   const Module& GetModule() const { return session_.GetModule(); }
   Controller& GetController() { return session_.GetController(); }

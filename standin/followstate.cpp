@@ -65,6 +65,7 @@ class Draft {
   Draft& operator=(const Draft&) = delete;
 
   void Write(const std::string& text) const {
+    errno = ENOSPC;  // where less than all is written
     if (fchmod(file_, 0600) != 0 || write(file_, text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
         fsync(file_) != 0) {
       Fail(path_, "write");
@@ -88,8 +89,29 @@ class Draft {
 
 }  // namespace
 
+FollowState::~FollowState() {
+  if (lock_ >= 0) close(lock_);
+}
+
+void FollowState::Lock() {
+  const std::string path = path_ + ".lock";
+  lock_ = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600);
+  if (lock_ < 0) Fail(path, "write");
+  // A lock of flock would live on in a command of the module whose follower was killed.
+  struct flock whole {};
+  whole.l_type = F_WRLCK;
+  whole.l_whence = SEEK_SET;
+  if (fcntl(lock_, F_SETLK, &whole) == 0) return;
+  if (errno != EAGAIN && errno != EACCES) Fail(path, "lock");
+  throw Failure(REQUEST_FAILED, "another process follows the log with the state file '" + path_ + "'");
+}
+
 bool FollowState::Read(std::string& note) {
-  if (access(path_.c_str(), F_OK) != 0 && errno == ENOENT) return false;
+  struct stat status {};
+  if (stat(path_.c_str(), &status) != 0 && errno == ENOENT) return false;
+  if (status.st_mode != 0 && !S_ISREG(status.st_mode)) {
+    throw Failure(REQUEST_FAILED, "the state file '" + path_ + "' is no regular file");
+  }
   errno = 0;
   std::ifstream file(path_, std::ios::binary);
   const std::string text((std::istreambuf_iterator<char>(file)), {});

@@ -17,6 +17,13 @@ class FollowState {
  public:
   /// `path` is the file.
   explicit FollowState(std::string path) : path_(std::move(path)) {}
+  ~FollowState();
+  FollowState(const FollowState&) = delete;
+  FollowState& operator=(const FollowState&) = delete;
+
+  /// Keeps others from the file while this lives: two of them would send everything twice. Throws Failure when somebody
+  /// else has it. The lock is a file beside it, PATH.lock, which stays.
+  void Lock();
 
   /// Reads the file. Returns false when there is none. One that is broken is renamed, which `note` tells, and counts as
   /// none. Throws Failure when it cannot be read at all.
@@ -33,6 +40,7 @@ class FollowState {
 
  private:
   std::string path_;
+  int lock_ = -1;
   Keys records_;
   nlohmann::ordered_json newest_ = nlohmann::ordered_json::object();
 };

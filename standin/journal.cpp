@@ -12,8 +12,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <cerrno>
 #include <string_view>
+#include <utility>
 
 namespace standin {
 namespace {
@@ -25,37 +26,50 @@ constexpr std::string_view REQUESTS = "/run/systemd/journal/io.systemd.journal";
 constexpr std::string_view SYNCHRONIZE{"{\"method\":\"io.systemd.Journal.Synchronize\"}\0", 44};
 constexpr time_t PATIENCE = 10;
 
-/// A connection to one of the journal's sockets.
-class Connection {
- public:
-  Connection(std::string_view path, int type) : socket_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::copy(path.begin(), path.end(), address.sun_path);
-    const timeval patience{PATIENCE, 0};
-    setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-    setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
-    isMade_ = connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-  }
-  ~Connection() {
-    if (socket_ >= 0) close(socket_);
-  }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
+/// Connects to one of the journal's sockets. Returns a descriptor, or -1.
+int Connect(std::string_view path, int type) {
+  const int descriptor = socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+  if (descriptor < 0) return -1;
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::copy(path.begin(), path.end(), address.sun_path);
+  const timeval patience{PATIENCE, 0};
+  setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+  setsockopt(descriptor, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+  if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return descriptor;
+  close(descriptor);
+  return -1;
+}
 
-  bool IsMade() const { return isMade_; }
-  int Socket() const { return socket_; }
-
- private:
-  int socket_;
-  bool isMade_ = false;
-};
+/// Whether somebody takes entries.
+bool IsJournalThere() {
+  const int descriptor = Connect(ENTRIES, SOCK_DGRAM);
+  if (descriptor >= 0) close(descriptor);
+  return descriptor >= 0;
+}
 
 }  // namespace
 
-bool IsJournalThere() { return Connection(ENTRIES, SOCK_DGRAM).IsMade(); }
+void Journal::Close() {
+  if (socket_ >= 0) close(std::exchange(socket_, -1));
+  isAwaited_ = false;
+}
 
-bool SendToJournal(const std::vector<std::string>& fields) {
+JournalSync Journal::Open() {
+  if (!IsJournalThere()) {
+    Close();
+    return JournalSync::GONE;
+  }
+  // Nothing is sent there, so that an end of the connection is all that can be read.
+  char byte = 0;
+  if (socket_ >= 0 && (isAwaited_ || recv(socket_, &byte, 1, MSG_DONTWAIT | MSG_PEEK) >= 0)) Close();
+  if (socket_ >= 0) return JournalSync::DONE;
+  socket_ = Connect(REQUESTS, SOCK_STREAM);
+  // The first answer shows that this very process has the connection, and not the service manager for the next one.
+  return Synchronize();
+}
+
+bool Journal::Send(const std::vector<std::string>& fields) {
   std::vector<iovec> parts(fields.size());
   std::transform(fields.begin(), fields.end(), parts.begin(), [](const std::string& field) {
     return iovec{const_cast<char*>(field.data()), field.size()};
@@ -64,17 +78,23 @@ bool SendToJournal(const std::vector<std::string>& fields) {
   return IsJournalThere() && sd_journal_sendv(parts.data(), static_cast<int>(parts.size())) == 0;
 }
 
-JournalSync SyncJournal() {
-  const Connection connection(REQUESTS, SOCK_STREAM);
-  if (!connection.IsMade()) return IsJournalThere() ? JournalSync::DONE : JournalSync::GONE;
-  if (send(connection.Socket(), SYNCHRONIZE.data(), SYNCHRONIZE.size(), MSG_NOSIGNAL) < 0) {
+JournalSync Journal::Synchronize() {
+  // A journal without that socket cannot tell.
+  const JournalSync sync = socket_ >= 0 ? Ask() : IsJournalThere() ? JournalSync::DONE : JournalSync::GONE;
+  if (sync == JournalSync::GONE) Close();
+  return sync;
+}
+
+JournalSync Journal::Ask() {
+  if (!isAwaited_ && send(socket_, SYNCHRONIZE.data(), SYNCHRONIZE.size(), MSG_NOSIGNAL) < 0) {
     return errno == EAGAIN ? JournalSync::UNANSWERED : JournalSync::GONE;
   }
   std::array<char, 256> answer{};
-  const ssize_t size = recv(connection.Socket(), answer.data(), answer.size(), 0);
+  const ssize_t size = recv(socket_, answer.data(), answer.size(), 0);
+  isAwaited_ = size < 0 && (errno == EAGAIN || errno == EINTR);
+  if (isAwaited_) return JournalSync::UNANSWERED;
   // Any answer will do: a journal that refuses cannot tell more.
-  if (size > 0) return JournalSync::DONE;
-  return size < 0 && (errno == EAGAIN || errno == EINTR) ? JournalSync::UNANSWERED : JournalSync::GONE;
+  return size > 0 ? JournalSync::DONE : JournalSync::GONE;
 }
 
 }  // namespace standin

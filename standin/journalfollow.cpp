@@ -39,24 +39,14 @@ class JournalQueue {
 
  private:
   bool SendBatch() {
-    while (sent_ < std::min(BATCH, rows_.size())) {
-      if (!SendToJournal(JournalFields(rows_[sent_]))) {
-        sent_ = 0;  // whoever took the first ones has gone
-        notice_.Say("the journal is not there; waiting for it");
-        return false;
+    if (sent_ == 0) {
+      // Whoever answers for the entries must be there before they are sent.
+      if (const JournalSync sync = journal_.Open(); sync != JournalSync::DONE) return PutOff(sync);
+      for (; sent_ < std::min(BATCH, rows_.size()); ++sent_) {
+        if (!journal_.Send(JournalFields(rows_[sent_]))) return PutOff(JournalSync::GONE);
       }
-      ++sent_;
     }
-    switch (SyncJournal()) {
-      case JournalSync::GONE:
-        sent_ = 0;
-        return false;
-      case JournalSync::UNANSWERED:
-        notice_.Say("the journal does not answer; waiting for it");
-        return false;
-      case JournalSync::DONE:
-        break;
-    }
+    if (const JournalSync sync = journal_.Synchronize(); sync != JournalSync::DONE) return PutOff(sync);
     notice_.Say("");
     for (; sent_ > 0; --sent_) {
       state_.Add(rows_.front());
@@ -66,9 +56,18 @@ class JournalQueue {
     return true;
   }
 
+  /// Says what there is to wait for. Returns false.
+  bool PutOff(JournalSync sync) {
+    const bool isGone = sync == JournalSync::GONE;
+    if (isGone) sent_ = 0;  // it took them with it
+    notice_.Say(isGone ? "the journal is not there; waiting for it" : "the journal does not answer; waiting for it");
+    return false;
+  }
+
   FollowState& state_;
+  Journal journal_;
   std::deque<Row> rows_;
-  size_t sent_ = 0;  ///< of the first ones: not known to be in the journal yet
+  size_t sent_ = 0;  ///< the first ones, a whole batch: not known to be in the journal yet
   Notice notice_;
 };
 
@@ -92,6 +91,7 @@ void FollowToJournal(const JournalOptions& options, Session& session) {
     throw Failure(REQUEST_FAILED, "this log is not offered: " + WhyMissing(LOG_SEL));
   }
   FollowState state(options.state);
+  state.Lock();
   std::string broken;
   const bool isKnown = state.Read(broken);
   Notice().Say(broken);
@@ -99,7 +99,10 @@ void FollowToJournal(const JournalOptions& options, Session& session) {
   follower.Resume(state.Records());
   sd_notify(0, "READY=1");
   if (!isKnown && options.fromNow && broken.empty()) {
-    for (const Row& row : follower.TakeNew()) state.Add(row);
+    do {
+      for (const Row& row : follower.TakeNew()) state.Add(row);
+    } while (!follower.HasListed() && Wait(options.interval));
+    if (!follower.HasListed()) return;  // a state file would say that there is nothing to be skipped
   }
   state.Write();  // before anything is sent: where it cannot be written, everything would be sent again and again
   JournalQueue queue(state);

@@ -36,6 +36,9 @@ class RecordKeeper final : public Controller {
     next_.reset();
   }
 
+  /// The number of records in the module's cache.
+  size_t Size() const { return entries_.size(); }
+
   /// The records in the module's cache, newest first.
   std::vector<SELRecord> NewestFirst() const;
 

@@ -30,6 +30,9 @@ class SELFollower final : public Follower {
 
   std::vector<Row> TakeNew() override;
 
+  /// Whether the last look was not in vain: the log was listed as it stood.
+  bool HasListed() const { return last_.has_value(); }
+
  private:
   /// What the list was made of.
   struct Sources {
@@ -40,12 +43,16 @@ class SELFollower final : public Follower {
   };
 
   std::optional<Sources> Look();
+  bool IsStale(const LogState& controller) const;
+  bool IsLastKnown();
   std::vector<Row> ListNew(uint32_t count);
-  bool IsWhole(const std::vector<Row>& rows);
+  bool IsWhole(const std::vector<Row>& rows, uint32_t entries);
 
   FollowedModule& module_;
   Keys seen_;
-  std::optional<Sources> last_;  ///< none while there is more to be listed than was
+  std::optional<Sources> last_;    ///< none while there is more to be listed than was
+  std::optional<LogState> asked_;  ///< the controller's log when the module last read it, also in vain
+  bool mayHideMore_ = false;       ///< whether a record may have come that changed nothing of `last_`
   uint32_t lastCount_ = 0;
   int looksInVain_ = 0;
   Notice notice_;
