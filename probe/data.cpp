@@ -20,7 +20,7 @@ EXPORTED uint32_t selEnable;
 namespace probe {
 namespace {
 
-const Data table[DATA_COUNT] = {
+const Data DATA[DATA_COUNT] = {
     {"kestrune_version", kestrune_version, sizeof(kestrune_version), true},
     {"_file", _file, sizeof(_file), true},
     {"_date", _date, sizeof(_date), true},
@@ -34,6 +34,6 @@ const Data table[DATA_COUNT] = {
 
 }  // namespace
 
-const Data (&exportedData)[DATA_COUNT] = table;
+const Data (&exportedData)[DATA_COUNT] = DATA;
 
 }  // namespace probe
