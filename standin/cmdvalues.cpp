@@ -93,7 +93,11 @@ std::vector<std::string> ParseSeverities(const std::string& text) {
       isOne |= severity == SeverityName(each);
       allowed.append(allowed.empty() ? "" : ", ").append(SeverityName(each));
     }
-    if (!isOne) throw Failure(WRONG_ARGUMENTS, "show: --severity: '" + severity + "' is none; allowed are " + allowed);
+    if (!isOne) {
+      throw Failure(
+          WRONG_ARGUMENTS,
+          std::string("show: --severity: '").append(severity).append("' is none; allowed are ").append(allowed));
+    }
   }
   return severities;
 }

@@ -44,8 +44,8 @@ std::string Text(const Row& row, const char* field) {
 
 int PriorityOf(const Row& row) {
   const std::string severity = Text(row, "severity");
-  const auto found = std::find_if(std::begin(PRIORITIES), std::end(PRIORITIES),
-                                  [&](const auto& each) { return each.severity == severity; });
+  const auto* const found = std::find_if(std::begin(PRIORITIES), std::end(PRIORITIES),
+                                         [&](const auto& each) { return each.severity == severity; });
   return found == std::end(PRIORITIES) ? LOG_INFO : found->priority;
 }
 

@@ -73,8 +73,8 @@ std::optional<int64_t> ParseTime(const std::string& text, bool end, int64_t now)
 
 std::optional<int64_t> InferTime(const std::string& date, const std::string& time, int64_t written) {
   constexpr std::string_view MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec";
-  constexpr int64_t A_DAY = 24 * 60 * 60;  // clocks and zones differ
-  constexpr int YEARS = 9;                 // in which February 29 comes at least once
+  constexpr int64_t A_DAY = int64_t{24} * 60 * 60;  // clocks and zones differ
+  constexpr int YEARS = 9;                          // in which February 29 comes at least once
   std::array<char, 4> month{};
   std::tm named{};
   if (std::sscanf(date.c_str(), "%3s %d", month.data(), &named.tm_mday) != 2 ||

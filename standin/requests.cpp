@@ -203,7 +203,7 @@ bool OffersLog(const Module& module, uint16_t id) {
 }
 
 std::string LogTitle(uint16_t id) {
-  const auto log = std::find_if(LOGS.begin(), LOGS.end(), [id](const LogName& each) { return each.id == id; });
+  const auto* const log = std::find_if(LOGS.begin(), LOGS.end(), [id](const LogName& each) { return each.id == id; });
   return log == LOGS.end() ? "" : log->name;
 }
 

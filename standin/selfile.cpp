@@ -1,6 +1,7 @@
 /// selfile.cpp: reads raw record files, writes SEL log files.
 #include "standin/selfile.h"
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 
@@ -83,7 +84,8 @@ void LaidSelLog::Remove() {
   std::error_code error;
   if (isLaid_) std::filesystem::remove(SEL_LOG_PATH, error);
   // A folder that somebody else has put something into stays.
-  for (auto folder = folders_.rbegin(); folder != folders_.rend(); ++folder) std::filesystem::remove(*folder, error);
+  std::for_each(folders_.rbegin(), folders_.rend(),
+                [&error](const auto& folder) { std::filesystem::remove(folder, error); });
 }
 
 }  // namespace standin

@@ -39,10 +39,10 @@ std::wstring Cut(const std::wstring& text, size_t width, bool keepEnd = false) {
 
 /// What stands in a column of a row: null where there is nothing.
 const nlohmann::ordered_json& Field(const Column& column, const Row& row) {
-  static const nlohmann::ordered_json NOTHING;
+  static const nlohmann::ordered_json nothing;
   auto field = column.stead == nullptr ? row.fields.end() : row.fields.find(column.stead);
   if (field == row.fields.end()) field = row.fields.find(column.name);
-  return field == row.fields.end() ? NOTHING : *field;
+  return field == row.fields.end() ? nothing : *field;
 }
 
 std::wstring CellText(const nlohmann::ordered_json& field) {
@@ -121,9 +121,11 @@ void ChooseColumns(Table& table, const std::vector<std::string>& names) {
     const auto column =
         std::find_if(table.columns.begin(), table.columns.end(), [&](const Column& each) { return name == each.name; });
     if (column == table.columns.end()) {
-      std::string allowed;
-      for (const Column& each : table.columns) allowed.append(allowed.empty() ? "" : ",").append(each.name);
-      throw Failure(WRONG_ARGUMENTS, "--columns: '" + name + "' is no column here; allowed are " + allowed);
+      std::string line = "--columns: '";
+      line.append(name).append("' is no column here; allowed are ");
+      for (const Column& each : table.columns)
+        line.append(&each == &table.columns.front() ? "" : ",").append(each.name);
+      throw Failure(WRONG_ARGUMENTS, line);
     }
     chosen.push_back({column->name, true, true, column->keepsEnd, column->stead});
   }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -25,7 +26,7 @@ bool TurnsWriting(wchar_t character) {
 
 void AppendEscaped(std::wstring& text, wchar_t character) {
   std::array<wchar_t, 16> escaped{};
-  const auto code = static_cast<unsigned int>(character);
+  const auto code = std::bit_cast<unsigned int>(character);
   const wchar_t* form = code < 0x100 ? L"\\x%02X" : code < 0x10000 ? L"\\u%04X" : L"\\U%08X";
   std::swprintf(escaped.data(), escaped.size(), form, code);
   text += escaped.data();
@@ -129,7 +130,7 @@ std::wstring FromUTF8(std::string_view text) {
 std::string ToUTF8(std::wstring_view text) {
   std::string bytes;
   for (const wchar_t character : text) {
-    auto code = static_cast<unsigned int>(character);
+    auto code = std::bit_cast<unsigned int>(character);
     if (code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) code = static_cast<unsigned int>(REPLACEMENT);
     const auto add = [&](unsigned int byte) { bytes += static_cast<char>(byte); };
     if (code < 0x80) {
