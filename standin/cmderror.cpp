@@ -17,10 +17,10 @@ using Words = std::vector<std::string>;
 size_t Distance(const std::string& one, const std::string& other) {
   std::vector<size_t> row(other.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
-  for (size_t i = 0; i < one.size(); ++i) {
+  for (const char letter : one) {
     size_t diagonal = row[0]++;
     for (size_t j = 0; j < other.size(); ++j) {
-      const size_t changed = diagonal + (one[i] == other[j] ? 0 : 1);
+      const size_t changed = diagonal + (letter == other[j] ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
     }
@@ -67,7 +67,12 @@ std::string ExplainOption(const std::string& option, const CLI::App& app, const 
 
 std::string ExplainCommand(const std::string& word, const CLI::App& app) {
   for (const LogName& log : LOGS) {
-    if (word == log.name) return "there is no sub-command '" + word + "'; did you mean 'show " + word + "'?";
+    if (word != log.name) continue;
+    return std::string("there is no sub-command '")
+        .append(word)
+        .append("'; did you mean 'show ")
+        .append(word)
+        .append("'?");
   }
   Words commands;
   for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace CLI {
+namespace CLI {  // NOLINT(readability-identifier-naming): the library's name
 class App;
 class ParseError;
 }  // namespace CLI
