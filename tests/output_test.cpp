@@ -196,8 +196,10 @@ std::string OnTerminal(const std::string& arguments) {
 }
 
 TEST_F(OutputTest, NothingReachesATerminalRaw) {
+  // NOLINTBEGIN(misc-misleading-bidirectional): they are what must not reach the terminal
   const std::string evil = "E\x1B[2J\x7F\xC2\x9B\xE2\x80\xAE\xE2\x81\xA6\xD8\x9C\xC3\xA9",
                     raw[] = {"\x1B", "\x7F", "\xC2\x9B", "\xE2\x80\xAE", "\xE2\x81\xA6", "\xD8\x9C"};
+  // NOLINTEND(misc-misleading-bidirectional)
   LaySensors(evil);
   LayRecords({MakeRecord(1, 1, 0x59, 80, 75, 1, A_TIME)});
   for (const char* arguments : {"show sel", "show sel --format csv", "show sel --format json", "dump-sel"}) {
