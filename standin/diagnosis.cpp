@@ -14,6 +14,7 @@
 #include "kestrune/kestrune.h"
 #include "standin/failure.h"
 #include "standin/host.h"
+#include "standin/logfiles.h"
 #include "standin/logform.h"
 #include "standin/selfile.h"
 
@@ -26,12 +27,10 @@ constexpr const char* CACHE_FILE = "/tmp/._kestrune_cache";
 constexpr const char* MERGED_FILE = "/var/log/._app_log_.tmp";
 
 /// The files that a text log is made of.
-std::vector<std::string> FilesOf(uint16_t log) {
-  if (log == LOG_SECURE) return {"/var/log/secure"};
-  if (log == LOG_MESSAGES) return {"/var/log/messages"};
-  if (log == LOG_AGENT) return {"/var/log/agent.log"};
-  if (host->dist != 103 && host->dist != 106) return {"/var/log/maillog", "/var/log/spooler", "/var/log/cron"};
-  return {"/var/log/mail", "/var/log/news/news.crit", "/var/log/news/news.err", "/var/log/news/news.notice"};
+std::vector<std::string> WantedFiles(uint16_t log) {
+  const bool isOther = host->dist == 103 || host->dist == 106;
+  return FilesOf(log, isOther ? "/var/log/mail /var/log/news/news.crit /var/log/news/news.err /var/log/news/news.notice"
+                              : "/var/log/maillog /var/log/spooler /var/log/cron");
 }
 
 bool IsThere(const std::string& path) { return access(path.c_str(), F_OK) == 0; }
@@ -77,7 +76,7 @@ std::string Part(uint64_t some, const LogForm& form) {
 Notes ObstaclesOfText(uint16_t log) {
   Notes notes;
   LogForm form;
-  const std::vector<std::string> files = FilesOf(log);
+  const std::vector<std::string> files = WantedFiles(log);
   const bool isAnyThere = std::ranges::any_of(files, [](const auto& path) { return IsThere(path); });
   for (const std::string& path : files) {
     std::string obstacle = ObstacleOf(path);
