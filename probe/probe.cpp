@@ -124,6 +124,16 @@ void Give(BSTR string, const char* name) {
   probe::GiveString(string, named.number, named.what);
 }
 
+/// Has the real module make a string in one of its two forms.
+template <typename Character>
+BSTR Allocate(BSTR (*allocate)(const Character*), const Character* text) {
+  TracedCall traced("SysAllocString");
+  BSTR result = allocate == nullptr ? nullptr : allocate(text);
+  Give(result, "SysAllocString");
+  traced.End();
+  return result;
+}
+
 }  // namespace
 
 int32_t SPInitialize(const uint64_t* settings, uint32_t* out) {
@@ -228,18 +238,6 @@ char* sprintwcs(char* destination, const wchar_t* source, uint32_t limit) {
   return result;
 }
 
-BSTR SysAllocString(const wchar_t* text) {
-  TracedCall traced("SysAllocString");
-  BSTR result = real.allocWide == nullptr ? nullptr : real.allocWide(text);
-  Give(result, "SysAllocString");
-  traced.End();
-  return result;
-}
+BSTR SysAllocString(const wchar_t* text) { return Allocate(real.allocWide, text); }
 
-BSTR SysAllocString(const char* text) {
-  TracedCall traced("SysAllocString");
-  BSTR result = real.allocMultibyte == nullptr ? nullptr : real.allocMultibyte(text);
-  Give(result, "SysAllocString");
-  traced.End();
-  return result;
-}
+BSTR SysAllocString(const char* text) { return Allocate(real.allocMultibyte, text); }
