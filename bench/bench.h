@@ -10,7 +10,7 @@
 
 #include "kestrune/kestrune.h"
 #include "platform/nubo.h"
-#include "standin/items.h"
+#include "standin/host/items.h"
 
 namespace bench {
 

@@ -8,10 +8,10 @@
 #include <stdexcept>
 
 #include "bench/bench.h"
-#include "standin/host.h"
-#include "standin/ipmiconnection.h"
-#include "standin/ipmicontroller.h"
-#include "standin/module.h"
+#include "standin/host/host.h"
+#include "standin/host/module.h"
+#include "standin/ipmi/ipmiconnection.h"
+#include "standin/ipmi/ipmicontroller.h"
 #include "tests/support/ipmi.h"
 #include "tests/support/ipmisim.h"
 

@@ -1,5 +1,5 @@
 /// host.cpp: what the host answers: at once and from memory, for what is measured is not the host's.
-#include "standin/host.h"
+#include "standin/host/host.h"
 
 #include <cstdio>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "bench/bench.h"
-#include "standin/recordlog.h"
+#include "standin/host/recordlog.h"
 
 namespace {
 

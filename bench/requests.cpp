@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "bench/bench.h"
-#include "standin/module.h"
-#include "standin/selfile.h"
+#include "standin/host/module.h"
+#include "standin/host/selfile.h"
 
 namespace bench {
 namespace {

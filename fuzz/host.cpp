@@ -7,7 +7,7 @@
 #include <cstdarg>
 #include <cstdlib>
 
-#include "standin/host.h"
+#include "standin/host/host.h"
 #include "translate/resmgr.h"
 
 namespace {

@@ -8,7 +8,7 @@
 
 #include "kestrune/kestrune.h"
 #include "platform/nubo.h"
-#include "standin/items.h"
+#include "standin/host/items.h"
 
 /// Every target defines this: takes one input through the code under test, in the locale C.UTF-8.
 void Fuzz(FuzzedDataProvider& input);

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "standin/follow.h"
-#include "standin/ipmioptions.h"
-#include "standin/journalfollow.h"
-#include "standin/timeline.h"
+#include "standin/follow/follow.h"
+#include "standin/follow/journalfollow.h"
+#include "standin/ipmi/ipmioptions.h"
+#include "standin/output/timeline.h"
 
 namespace standin {
 

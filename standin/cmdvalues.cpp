@@ -9,9 +9,9 @@
 #include <optional>
 #include <string_view>
 
-#include "standin/eventwords.h"
 #include "standin/failure.h"
-#include "standin/logtime.h"
+#include "standin/output/eventwords.h"
+#include "standin/output/logtime.h"
 
 namespace standin {
 namespace {

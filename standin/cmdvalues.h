@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "standin/ipmioptions.h"
+#include "standin/ipmi/ipmioptions.h"
 #include "standin/requests.h"
 
 namespace standin {

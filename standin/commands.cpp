@@ -8,18 +8,18 @@
 #include <utility>
 #include <vector>
 
-#include "standin/capture.h"
 #include "standin/controllers.h"
 #include "standin/diagnosis.h"
 #include "standin/failure.h"
-#include "standin/follow.h"
-#include "standin/journalfollow.h"
+#include "standin/follow/follow.h"
+#include "standin/follow/journalfollow.h"
+#include "standin/host/capture.h"
+#include "standin/host/selfile.h"
+#include "standin/output/table.h"
+#include "standin/output/terminal.h"
 #include "standin/requests.h"
-#include "standin/selfile.h"
 #include "standin/session.h"
 #include "standin/signals.h"
-#include "standin/table.h"
-#include "standin/terminal.h"
 
 namespace standin {
 namespace {

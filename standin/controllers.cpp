@@ -8,11 +8,11 @@
 #include <utility>
 
 #include "standin/failure.h"
-#include "standin/ipmiconnection.h"
-#include "standin/ipmicontroller.h"
+#include "standin/host/recordlog.h"
+#include "standin/host/selfile.h"
+#include "standin/ipmi/ipmiconnection.h"
+#include "standin/ipmi/ipmicontroller.h"
 #include "standin/password.h"
-#include "standin/recordlog.h"
-#include "standin/selfile.h"
 
 namespace standin {
 namespace {

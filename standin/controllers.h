@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "standin/cmdline.h"
-#include "standin/controller.h"
-#include "standin/progress.h"
+#include "standin/host/controller.h"
+#include "standin/host/progress.h"
 
 namespace standin {
 

@@ -13,10 +13,10 @@
 
 #include "kestrune/kestrune.h"
 #include "standin/failure.h"
-#include "standin/host.h"
-#include "standin/logfiles.h"
-#include "standin/logform.h"
-#include "standin/selfile.h"
+#include "standin/follow/logfiles.h"
+#include "standin/host/host.h"
+#include "standin/host/selfile.h"
+#include "standin/output/logform.h"
 
 namespace standin {
 namespace {

@@ -8,13 +8,13 @@
 
 #include "probe/trace.h"
 #include "standin/failure.h"
-#include "standin/items.h"
-#include "standin/logfiles.h"
-#include "standin/logtime.h"
-#include "standin/messages.h"
-#include "standin/selfields.h"
-#include "standin/selrows.h"
-#include "standin/terminal.h"
+#include "standin/follow/logfiles.h"
+#include "standin/host/items.h"
+#include "standin/host/messages.h"
+#include "standin/output/logtime.h"
+#include "standin/output/selfields.h"
+#include "standin/output/selrows.h"
+#include "standin/output/terminal.h"
 
 namespace standin {
 namespace {

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "standin/module.h"
-#include "standin/recordkeeper.h"
-#include "standin/table.h"
+#include "standin/host/module.h"
+#include "standin/host/recordkeeper.h"
+#include "standin/output/table.h"
 
 namespace standin {
 

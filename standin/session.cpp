@@ -13,9 +13,9 @@
 #include "probe/trace.h"
 #include "standin/controllers.h"
 #include "standin/failure.h"
-#include "standin/host.h"
+#include "standin/host/host.h"
+#include "standin/output/terminal.h"
 #include "standin/requests.h"
-#include "standin/terminal.h"
 
 namespace standin {
 namespace {

@@ -8,11 +8,11 @@
 #include <string>
 
 #include "standin/cmdline.h"
-#include "standin/controller.h"
-#include "standin/messages.h"
-#include "standin/module.h"
-#include "standin/recordkeeper.h"
-#include "standin/selfile.h"
+#include "standin/host/controller.h"
+#include "standin/host/messages.h"
+#include "standin/host/module.h"
+#include "standin/host/recordkeeper.h"
+#include "standin/host/selfile.h"
 #include "standin/signals.h"
 
 namespace standin {

@@ -5,9 +5,9 @@
 #include <cstdlib>
 #include <sstream>
 
-#include "standin/capture.h"
-#include "standin/ipmiconnection.h"
-#include "standin/sdr.h"
+#include "standin/host/capture.h"
+#include "standin/ipmi/ipmiconnection.h"
+#include "standin/ipmi/sdr.h"
 #include "tests/support/ipmisim.h"
 
 namespace standin {

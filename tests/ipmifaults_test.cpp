@@ -9,9 +9,9 @@ extern "C" {
 #include <cstring>
 #include <filesystem>
 
-#include "standin/capture.h"
-#include "standin/sdr.h"
-#include "standin/sdrtext.h"
+#include "standin/host/capture.h"
+#include "standin/ipmi/sdr.h"
+#include "standin/ipmi/sdrtext.h"
 #include "tests/support/ipmi.h"
 #include "tests/support/machine.h"
 

@@ -1,5 +1,5 @@
 /// What is new in a list beside what was seen. A letter is a record; lists are newest first.
-#include "standin/newitems.h"
+#include "standin/follow/newitems.h"
 
 #include <gtest/gtest.h>
 

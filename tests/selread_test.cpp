@@ -9,7 +9,7 @@
 #include <optional>
 #include <utility>
 
-#include "standin/recordkeeper.h"
+#include "standin/host/recordkeeper.h"
 #include "tests/support/sel.h"
 
 namespace {

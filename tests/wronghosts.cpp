@@ -26,8 +26,8 @@
 #include <thread>
 #include <vector>
 
-#include "standin/items.h"
-#include "standin/module.h"
+#include "standin/host/items.h"
+#include "standin/host/module.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "standin/host.h"
+#include "standin/host/host.h"
 
 /// One entry of the scripted controller's event log.
 struct ScriptedEntry {

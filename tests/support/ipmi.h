@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "standin/failure.h"
-#include "standin/ipmicontroller.h"
+#include "standin/ipmi/ipmicontroller.h"
 
 /// Bytes written as numbers; the low 8 bits of each count.
 inline std::vector<uint8_t> ToBytes(std::initializer_list<int> numbers) {

@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "standin/items.h"
-#include "standin/module.h"
+#include "standin/host/items.h"
+#include "standin/host/module.h"
 #include "tests/support/host.h"
 #include "tests/support/machine.h"
 

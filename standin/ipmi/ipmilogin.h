@@ -1,0 +1,22 @@
+/// ipmilogin.h: why a management controller could not be reached, in words.
+#ifndef KESTRUNE_STANDIN_IPMI_IPMILOGIN_H_
+#define KESTRUNE_STANDIN_IPMI_IPMILOGIN_H_
+
+#include <string>
+
+#include "standin/ipmi/openipmi.h"
+
+namespace standin {
+
+/// The numeric address of a host. Throws Failure, before the deadline.
+std::string ResolveHost(const std::string& host, Deadline deadline);
+
+/// Whether a login failed because the controller does not know RMCP+.
+bool LacksRMCPPlus(const IPMILoginError& error);
+
+/// What is wrong, for the sentence "no session with the controller at ...: ".
+std::string LoginErrorText(IPMIProtocol protocol, const IPMILoginError& error);
+
+}  // namespace standin
+
+#endif  // KESTRUNE_STANDIN_IPMI_IPMILOGIN_H_

@@ -1,0 +1,111 @@
+#include "standin/output/logtime.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+
+namespace standin {
+namespace {
+
+/// The time `days` days from that of `parts`, local, with the second before it for the end of a range.
+std::optional<int64_t> ShiftDays(std::tm parts, int days, bool end) {
+  parts.tm_hour = parts.tm_min = parts.tm_sec = 0;
+  parts.tm_mday += days + (end ? 1 : 0);
+  parts.tm_isdst = -1;
+  return std::mktime(&parts) - (end ? 1 : 0);
+}
+
+/// Seconds of a zone, "Z" or "+02:00" or "+0200".
+std::optional<int64_t> ParseZone(const std::string& text) {
+  if (text == "Z") return 0;
+  char sign = 0;
+  int hours = 0, minutes = 0, length = 0;
+  const char* form = text.size() == 6 ? "%c%2d:%2d%n" : "%c%2d%2d%n";
+  if (std::sscanf(text.c_str(), form, &sign, &hours, &minutes, &length) != 3) return std::nullopt;
+  if (static_cast<size_t>(length) != text.size() || (sign != '+' && sign != '-')) return std::nullopt;
+  return (sign == '-' ? -1 : 1) * (hours * 3600 + minutes * 60);
+}
+
+std::optional<int64_t> ParseSpan(const std::string& text, int64_t now) {
+  constexpr std::string_view UNITS = "smhdw";
+  constexpr std::array<int64_t, 5> SECONDS{1, 60, 3600, 86400, 604800};
+  int count = 0, length = 0;
+  char unit = 0;
+  if (std::sscanf(text.c_str(), "-%9d%c%n", &count, &unit, &length) != 2 || count < 0) return std::nullopt;
+  const size_t place = UNITS.find(unit);
+  if (place == std::string_view::npos || static_cast<size_t>(length) != text.size()) return std::nullopt;
+  return now - count * SECONDS.at(place);
+}
+
+}  // namespace
+
+std::optional<int64_t> ParseTime(const std::string& text, bool end, int64_t now) {
+  const time_t current = now;
+  std::tm parts{};
+  if (localtime_r(&current, &parts) == nullptr) return std::nullopt;
+  if (text == "today") return ShiftDays(parts, 0, end);
+  if (text == "yesterday") return ShiftDays(parts, -1, end);
+  if (!text.empty() && text.front() == '-') return ParseSpan(text, now);
+
+  parts = {};
+  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &parts);
+  if (rest == nullptr || rest - text.c_str() != 10) return std::nullopt;
+  std::tm normal = parts;
+  timegm(&normal);
+  if (normal.tm_mday != parts.tm_mday) return std::nullopt;  // February 30
+  if (*rest == '\0') return ShiftDays(parts, 0, end);
+  if (*rest != 'T' && *rest != ' ') return std::nullopt;
+  ++rest;
+  const char* zone = strptime(rest, "%H:%M:%S", &parts);
+  const bool isMinute = zone == nullptr;
+  if (isMinute) zone = strptime(rest, "%H:%M", &parts);
+  if (zone == nullptr) return std::nullopt;
+  if (isMinute) parts.tm_sec = end ? 59 : 0;
+  if (*zone != '\0') {
+    const auto offset = ParseZone(zone);
+    if (!offset) return std::nullopt;
+    return timegm(&parts) - *offset;
+  }
+  parts.tm_isdst = -1;
+  return std::mktime(&parts);
+}
+
+std::optional<int64_t> InferTime(const std::string& date, const std::string& time, int64_t written) {
+  constexpr std::string_view MONTHS = "JanFebMarAprMayJunJulAugSepOctNovDec";
+  constexpr int64_t A_DAY = int64_t{24} * 60 * 60;  // clocks and zones differ
+  constexpr int YEARS = 9;                          // in which February 29 comes at least once
+  std::array<char, 4> month{};
+  std::tm named{};
+  if (std::sscanf(date.c_str(), "%3s %d", month.data(), &named.tm_mday) != 2 ||
+      std::sscanf(time.c_str(), "%d:%d:%d", &named.tm_hour, &named.tm_min, &named.tm_sec) != 3) {
+    return std::nullopt;
+  }
+  const size_t place = MONTHS.find(month.data());
+  if (place == std::string_view::npos || place % 3 != 0 || std::string_view(month.data()).size() != 3) {
+    return std::nullopt;
+  }
+  named.tm_mon = static_cast<int>(place / 3);
+  named.tm_isdst = -1;
+  const time_t last = written + A_DAY;
+  std::tm newest{};
+  if (localtime_r(&last, &newest) == nullptr) return std::nullopt;
+  for (int year = newest.tm_year; year > newest.tm_year - YEARS; --year) {
+    std::tm parts = named;
+    parts.tm_year = year;
+    const time_t seconds = std::mktime(&parts);
+    if (parts.tm_mday == named.tm_mday && seconds <= last) return seconds;
+  }
+  return std::nullopt;
+}
+
+std::string FormatLocal(int64_t seconds) {
+  const time_t time = seconds;
+  std::tm parts{};
+  std::array<char, 40> text{};
+  if (localtime_r(&time, &parts) == nullptr) return {};
+  std::string formatted(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts));
+  return formatted.insert(formatted.size() - 2, ":");
+}
+
+}  // namespace standin
