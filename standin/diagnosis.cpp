@@ -70,7 +70,7 @@ void AddIfAny(std::string note, Notes& notes) {
 }
 
 std::string Part(uint64_t some, const LogForm& form) {
-  return std::to_string(some) + " of the " + std::to_string(form.examined) + " newest lines ";
+  return ": " + std::to_string(some) + " of the newest " + std::to_string(form.examined);
 }
 
 Notes ObstaclesOfText(uint16_t log) {
@@ -92,12 +92,11 @@ Notes ObstaclesOfText(uint16_t log) {
                     " lines are shown");
   }
   if (form.strange != 0) {
-    notes.push_back(Part(form.strange, form) +
-                    "are not in the traditional form, Mmm dd hh:mm:ss host: their fields "
-                    "are not what they seem");
+    notes.push_back("lines not in the traditional form, Mmm dd hh:mm:ss host, whose fields are not what they seem" +
+                    Part(form.strange, form));
   }
   if (form.noText != 0) {
-    notes.push_back(Part(form.noText, form) + "are no text in this locale: fields are left empty");
+    notes.push_back("lines that are no text in this locale, whose fields are left empty" + Part(form.noText, form));
   }
   return notes;
 }

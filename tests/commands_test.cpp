@@ -67,9 +67,10 @@ TEST(KestruneHost, SaysWhyALogIsMissing) {
       {"echo 'Jun  1 10:00:00 box a: two words' >/var/log/messages; $host show messages", 0, "box   a       two words",
        NONE},
       {"echo '2026-11-25T10:00:00.1+00:00 box a: two words' >>/var/log/messages; $host show messages", 0, "2026-1",
-       "note: 1 of the 2 newest lines are not in the traditional form, Mmm dd hh:mm:ss host"},
+       "note: lines not in the traditional form, Mmm dd hh:mm:ss host, whose fields are not what they seem: 1 of the "
+       "newest 2"},
       {"printf 'Jun  1 10:00:00 box a: \\374\\n' >/var/log/messages; $host show messages", 0, "box",
-       "note: 1 of the 1 newest lines are no text in this locale"},
+       "note: lines that are no text in this locale, whose fields are left empty: 1 of the newest 1"},
       {"seq -f 'Jun  1 10:00:00 box a: %.0f' 30001 >/var/log/messages; $host show messages -n 1", 0, "30001\n",
        "[warning] Warn (kestrune:LogFilter): Log file is too big, filter last 30000 lines!\n"
        "note: only the last 30000 of 30001 lines are shown\n"},

@@ -15,6 +15,7 @@
 
 #include "standin/failure.h"
 #include "standin/follow/selfollower.h"
+#include "standin/output/selrows.h"
 
 namespace standin {
 namespace {
@@ -33,6 +34,11 @@ std::string DigestOf(const Keys& records) {
   std::array<char, 17> text{};
   std::snprintf(text.data(), text.size(), "%016llx", static_cast<unsigned long long>(digest));
   return text.data();
+}
+
+void PutInFront(Keys& keys, const std::string& key, size_t most) {
+  keys.insert(keys.begin(), key);
+  if (keys.size() > most) keys.pop_back();
 }
 
 [[noreturn]] void Fail(const std::string& path, const char* what) {
@@ -119,13 +125,15 @@ bool FollowState::Read(std::string& note) {
   try {
     const auto state = nlohmann::ordered_json::parse(text);
     records_ = state.at("records").get<Keys>();
+    archived_ = state.at("archived").get<Keys>();
     newest_ = state.at("newest");
-    if (state.at("version") != VERSION || state.at("digest") != DigestOf(records_) || !newest_.is_object()) {
+    if (state.at("version") != VERSION || state.at("digest") != DigestOf(Records()) || !newest_.is_object()) {
       throw std::invalid_argument("its digest does not fit");
     }
     return true;
   } catch (const std::exception& error) {
     records_.clear();
+    archived_.clear();
     newest_ = nlohmann::ordered_json::object();
     note = "the state file '" + path_ + "' is broken (" + error.what() + "); it was renamed to '" + SetAside(path_) +
            "', and the log is sent from its beginning";
@@ -133,17 +141,27 @@ bool FollowState::Read(std::string& note) {
   }
 }
 
+Keys FollowState::Records() const {
+  Keys all = records_;
+  all.insert(all.end(), archived_.begin(), archived_.end());
+  return all;
+}
+
 void FollowState::Add(const Row& row) {
-  records_.insert(records_.begin(), SELFollower::KeyOf(row));
-  if (records_.size() > MOST_RECORDS) records_.pop_back();
+  const std::string key = SELFollower::KeyOf(row);
+  PutInFront(records_, key, MOST_RECORDS);
+  if (row.fields.value("source", "") == FROM_ARCHIVE) PutInFront(archived_, key, CHAIN);
   for (const char* field : {"recordId", "timestamp", "preinit"}) {
     newest_[field] = row.fields.value(field, nlohmann::ordered_json());
   }
 }
 
 void FollowState::Write() const {
-  const nlohmann::ordered_json state{
-      {"version", VERSION}, {"newest", newest_}, {"records", records_}, {"digest", DigestOf(records_)}};
+  const nlohmann::ordered_json state{{"version", VERSION},
+                                     {"newest", newest_},
+                                     {"records", records_},
+                                     {"archived", archived_},
+                                     {"digest", DigestOf(Records())}};
   const Draft draft(path_ + ".new");
   draft.Write(state.dump(1, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + '\n');
   draft.Become(path_);

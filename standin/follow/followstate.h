@@ -1,7 +1,8 @@
 /// followstate.h: where a follower of the event log stands, kept in a file over its end.
 ///
 /// The file is JSON: the newest record that was handed on, by its record ID and time, for whoever looks; the newest
-/// records with their bytes, as hexadecimal digits, newest first; and a digest of those.
+/// records with their bytes, as hexadecimal digits, newest first, and those of the archive, which are found again when
+/// the controller's log was cleared meanwhile; and a digest of both.
 #ifndef KESTRUNE_STANDIN_FOLLOW_FOLLOWSTATE_H_
 #define KESTRUNE_STANDIN_FOLLOW_FOLLOWSTATE_H_
 
@@ -29,8 +30,8 @@ class FollowState {
   /// none. Throws Failure when it cannot be read at all.
   bool Read(std::string& note);
 
-  /// The keys of the records that were handed on, newest first.
-  const Keys& Records() const { return records_; }
+  /// The keys of the records that were handed on, newest first, followed by those of the archive.
+  Keys Records() const;
 
   /// Notes that a record was handed on.
   void Add(const Row& row);
@@ -42,6 +43,7 @@ class FollowState {
   std::string path_;
   int lock_ = -1;
   Keys records_;
+  Keys archived_;  ///< the archive's newest ones, enough to know it again
   nlohmann::ordered_json newest_ = nlohmann::ordered_json::object();
 };
 

@@ -38,7 +38,7 @@ void NoteWithoutTime(const std::vector<Row>& rows, const View& view, uint16_t lo
   if (!view.since && !view.until) return;
   const auto count = std::count_if(rows.begin(), rows.end(), [](const Row& row) { return !row.time; });
   if (count == 0) return;
-  std::fprintf(stderr, "note: %s: %td records are left out, since their times are not known\n", LogTitle(log).c_str(),
+  std::fprintf(stderr, "note: %s: records left out, since their times are not known: %td\n", LogTitle(log).c_str(),
                count);
 }
 
