@@ -4,6 +4,8 @@
 import { find, make } from "./elements.js";
 import { columnsOf, shown } from "./fields.js";
 
+const LONG = ["message", "description"]; // fields that may have many lines
+
 export class Table {
   #caption;
   #body = null;
@@ -62,7 +64,7 @@ export class Table {
     for (const row of this.#body?.rows ?? []) row.classList.toggle("open", row.key === this.#open);
   }
 
-  // The roles are those that a table has anyway, but for narrow windows, in which it is laid out otherwise.
+  // The roles are those that a table has anyway, but for its being laid out row by row.
   #makeTable(log) {
     this.#log = log;
     this.#caption = make("caption", { class: "unseen" });
@@ -80,7 +82,7 @@ export class Table {
       const text = shown(record, field, this.#utc);
       const content = index === 0 ? make("button", { type: "button", class: "link" }, text || "(no date)")
         : field === "severity" && text ? make("span", { class: `severity ${text}` }, text)
-          : make("bdi", {}, text);
+          : LONG.includes(field) ? make("div", { class: "long" }, text) : text;
       return make("td", { role: "cell", class: `is-${field}` }, content);
     });
     const row = make("tr", { role: "row", onclick: () => {

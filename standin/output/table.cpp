@@ -113,6 +113,20 @@ std::wstring MakeFit(std::vector<Cells>& columns, size_t width) {
   return gone;
 }
 
+/// Prints an object a line, many at a time: a piece may travel to the reader as a message of its own, and wait for the
+/// answer to the one before.
+void ShowLines(const Table& table) {
+  constexpr size_t PIECE = 65'536;
+  std::string lines;
+  for (const Row& row : table.rows) {
+    lines += RenderObject(table.columns, row) + '\n';
+    if (lines.size() < PIECE) continue;
+    Print(lines);
+    lines.clear();
+  }
+  Print(lines);
+}
+
 }  // namespace
 
 void ChooseColumns(Table& table, const std::vector<std::string>& names) {
@@ -217,7 +231,7 @@ void Show(const Table& table, const std::string& format) {
   if (format == "json") {
     Print(RenderJson(table));
   } else if (format == "jsonl") {
-    for (const Row& row : table.rows) Print(RenderObject(table.columns, row) + '\n');
+    ShowLines(table);
   } else if (format == "csv") {
     Print(RenderCsv(table, TerminalWidth() != 0));
   } else {
