@@ -405,6 +405,15 @@ const std::vector<Row> ROWS{
        Items items = Fetch(LOG_MESSAGES), again = items;
        Free(items), Free(again);
      }},
+    {"freed-twice", "a refused fetch taken for success",
+     [] {
+       Items items = Fetch(LOG_MESSAGES), again = items;
+       Free(items);
+       tagIDV identifier = Group(LOG_MESSAGES);
+       uint32_t tooFew = 1;
+       Check(!Get(SP_CONFIGITEM, &identifier, &tooFew, again.data()), "refused");
+       Free(again);
+     }},
     {"freed-twice", "a string freed before its entries",
      [] {
        Items items = Fetch(LOG_MESSAGES);

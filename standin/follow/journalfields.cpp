@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 namespace standin {
 namespace {
@@ -59,13 +60,16 @@ std::string TimeOf(const Row& row) {
 }  // namespace
 
 std::vector<std::string> JournalFields(const Row& row) {
-  std::vector<std::string> fields{"MESSAGE=" + Text(row, "sensor") + ": " + Text(row, "description"),
-                                  "PRIORITY=" + std::to_string(PriorityOf(row)), "SYSLOG_IDENTIFIER=kestrune-sel",
-                                  std::string("MESSAGE_ID=") + SEL_MESSAGE_ID, "SEL_TIME=" + TimeOf(row)};
-  for (const auto& [name, field] : FIELDS) {
-    const std::string text = Text(row, field);
-    if (!text.empty()) fields.push_back(std::string(name) + "=" + text);
-  }
+  std::vector<std::string> fields;
+  const auto add = [&fields](std::string_view name, std::string_view text) {
+    if (!text.empty()) fields.push_back(std::string(name).append("=").append(text));
+  };
+  add("MESSAGE", Text(row, "sensor") + ": " + Text(row, "description"));
+  add("PRIORITY", std::to_string(PriorityOf(row)));
+  add("SYSLOG_IDENTIFIER", "kestrune-sel");
+  add("MESSAGE_ID", SEL_MESSAGE_ID);
+  add("SEL_TIME", TimeOf(row));
+  for (const auto& [name, field] : FIELDS) add(name, Text(row, field));
   return fields;
 }
 
