@@ -84,7 +84,7 @@ ModuleTest::ModuleTest() {
 }
 
 void ModuleTest::TearDown() {
-  Host().onMessage = nullptr;
+  Host().onMessage = Host().onCall = nullptr;  // they may hold what was the test's own
   Unload();
   EXPECT_EQ(NewInTmp(), std::set<std::string>());
   EXPECT_EQ(machine::Listing("/var/log").count("._app_log_.tmp"), 0U);
