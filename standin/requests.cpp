@@ -24,8 +24,9 @@ constexpr uint64_t START_SETTINGS = uint64_t{5000} << 32;
 /// How often a list is asked for that grew between the two calls.
 constexpr int ATTEMPTS = 5;
 
-/// Room beyond the count: a log's last line may lack its newline; it is not counted, but delivered all the same.
-constexpr uint32_t SPARE = 1;
+/// Room beyond the count: records that come between the two calls, and a log's last line where it lacks its newline: it
+/// is not counted, but delivered all the same.
+constexpr uint32_t SPARE = 64;
 
 [[noreturn]] void Refused(const char* request) {
   const std::string reason = LastError();

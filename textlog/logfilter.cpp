@@ -84,7 +84,11 @@ class WorkFiles {
   bool IsMade() const { return input_.IsMade(); }
 
   /// Lines of the input. One that could not be made has none: what may stand under its name is somebody else's.
-  uint64_t CountLines() const { return IsMade() && !ReportReplaced(input_) ? CountFileLines(Path()) : 0; }
+  uint64_t CountLines() const {
+    if (!IsMade() || ReportReplaced(input_)) return 0;
+    const uint64_t lines = CountFileLines(Path());
+    return ReportReplaced(input_) ? 0 : lines;
+  }
 
   /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
   void MakeInput() { MakeOrThrow(input_); }
