@@ -1,6 +1,7 @@
 #include "textlog/logfilter.h"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -87,7 +88,8 @@ class WorkFiles {
   uint64_t CountLines() const {
     if (!IsMade() || ReportReplaced(input_)) return 0;
     const uint64_t lines = CountFileLines(Path());
-    return ReportReplaced(input_) ? 0 : lines;
+    // One that is gone is missed by whoever opens it next.
+    return access(Path(), F_OK) == 0 && ReportReplaced(input_) ? 0 : lines;
   }
 
   /// Makes the input or the output, empty and private, for a command to write. Throws 1 when it cannot be made.
