@@ -9,7 +9,7 @@
 #include "standin/follow/follow.h"
 #include "standin/follow/journalfollow.h"
 #include "standin/ipmi/ipmioptions.h"
-#include "standin/output/timeline.h"
+#include "standin/timeline.h"
 
 namespace standin {
 

@@ -13,9 +13,9 @@
 
 #include "kestrune/kestrune.h"
 #include "standin/failure.h"
-#include "standin/follow/logfiles.h"
 #include "standin/host/host.h"
 #include "standin/host/selfile.h"
+#include "standin/logfiles.h"
 #include "standin/output/logform.h"
 
 namespace standin {

@@ -8,9 +8,9 @@
 
 #include "probe/trace.h"
 #include "standin/failure.h"
-#include "standin/follow/logfiles.h"
 #include "standin/host/items.h"
 #include "standin/host/messages.h"
+#include "standin/logfiles.h"
 #include "standin/output/logtime.h"
 #include "standin/output/selfields.h"
 #include "standin/output/selrows.h"
@@ -24,8 +24,8 @@ constexpr uint64_t START_SETTINGS = uint64_t{5000} << 32;
 /// How often a list is asked for that grew between the two calls.
 constexpr int ATTEMPTS = 5;
 
-/// Room beyond the count: records that come between the two calls, and a log's last line where it lacks its newline: it
-/// is not counted, but delivered all the same.
+/// Room beyond the count, for records that come between the two calls, and for a text log's last line where it lacks
+/// its newline: it is not counted, but delivered all the same.
 constexpr uint32_t SPARE = 64;
 
 [[noreturn]] void Refused(const char* request) {

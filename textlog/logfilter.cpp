@@ -88,7 +88,7 @@ class WorkFiles {
   uint64_t CountLines() const {
     if (!IsMade() || ReportReplaced(input_)) return 0;
     const uint64_t lines = CountFileLines(Path());
-    // One that is gone is missed by whoever opens it next.
+    // One that is gone is reported when it is opened next.
     return access(Path(), F_OK) == 0 && ReportReplaced(input_) ? 0 : lines;
   }
 

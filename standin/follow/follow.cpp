@@ -12,8 +12,8 @@
 #include "standin/follow/recordstream.h"
 #include "standin/follow/selfollower.h"
 #include "standin/follow/textfollower.h"
-#include "standin/output/timeline.h"
 #include "standin/signals.h"
+#include "standin/timeline.h"
 
 namespace standin {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "standin/follow/logfiles.h"
+#include "standin/logfiles.h"
 
 namespace standin {
 

@@ -1,8 +1,8 @@
 /// followstate.h: where a follower of the event log stands, kept in a file over its end.
 ///
 /// The file is JSON: the newest record that was handed on, by its record ID and time, for whoever looks; the newest
-/// records with their bytes, as hexadecimal digits, newest first, and those of the archive, which are found again when
-/// the controller's log was cleared meanwhile; and a digest of both.
+/// records with their bytes, as hexadecimal digits, newest first; the newest of those that came from the
+/// archive, by which it is known again when the controller's log was cleared meanwhile; and a digest of both.
 #ifndef KESTRUNE_STANDIN_FOLLOW_FOLLOWSTATE_H_
 #define KESTRUNE_STANDIN_FOLLOW_FOLLOWSTATE_H_
 
@@ -30,7 +30,7 @@ class FollowState {
   /// none. Throws Failure when it cannot be read at all.
   bool Read(std::string& note);
 
-  /// The keys of the records that were handed on, newest first, followed by those of the archive.
+  /// The keys of the records that were handed on, newest first, followed by the archive's newest ones.
   Keys Records() const;
 
   /// Notes that a record was handed on.

@@ -9,9 +9,9 @@
 
 #include "standin/follow/followedmodule.h"
 #include "standin/follow/follower.h"
-#include "standin/follow/logfiles.h"
 #include "standin/follow/newitems.h"
 #include "standin/follow/notice.h"
+#include "standin/logfiles.h"
 
 namespace standin {
 

@@ -8,8 +8,8 @@
 
 #include "standin/follow/followedmodule.h"
 #include "standin/follow/follower.h"
-#include "standin/follow/logfiles.h"
 #include "standin/follow/newitems.h"
+#include "standin/logfiles.h"
 
 namespace standin {
 

@@ -1,6 +1,6 @@
 /// timeline.h: what is shown of the logs: one of them or all in one timeline, all of their records or some.
-#ifndef KESTRUNE_STANDIN_OUTPUT_TIMELINE_H_
-#define KESTRUNE_STANDIN_OUTPUT_TIMELINE_H_
+#ifndef KESTRUNE_STANDIN_TIMELINE_H_
+#define KESTRUNE_STANDIN_TIMELINE_H_
 
 #include <cstdint>
 #include <optional>
@@ -34,4 +34,4 @@ Table ReadView(const Module& module, uint16_t log, const std::optional<Lines>& l
 
 }  // namespace standin
 
-#endif  // KESTRUNE_STANDIN_OUTPUT_TIMELINE_H_
+#endif  // KESTRUNE_STANDIN_TIMELINE_H_

@@ -1,4 +1,4 @@
-#include "standin/output/timeline.h"
+#include "standin/timeline.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 /// logfiles.h: the files behind a text log, looked at from outside, so that a log that did not change costs no request.
 /// What they hold is told by the module alone.
-#ifndef KESTRUNE_STANDIN_FOLLOW_LOGFILES_H_
-#define KESTRUNE_STANDIN_FOLLOW_LOGFILES_H_
+#ifndef KESTRUNE_STANDIN_LOGFILES_H_
+#define KESTRUNE_STANDIN_LOGFILES_H_
 
 #include <sys/types.h>
 
@@ -31,4 +31,4 @@ std::vector<std::string> FilesOf(uint16_t log, const std::string& appLogList);
 
 }  // namespace standin
 
-#endif  // KESTRUNE_STANDIN_FOLLOW_LOGFILES_H_
+#endif  // KESTRUNE_STANDIN_LOGFILES_H_

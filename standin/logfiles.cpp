@@ -1,4 +1,4 @@
-#include "standin/follow/logfiles.h"
+#include "standin/logfiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
