@@ -98,9 +98,9 @@ export class LogView {
   }
 
   async #openAnew(log) {
-    const hadFocus = find("log").contains(document.activeElement);
+    const hadFocus = ["table", "detail"].some((id) => find(id).contains(document.activeElement));
     const work = this.open(log);
-    if (hadFocus && !find("log").contains(document.activeElement)) find("log-name").focus();
+    if (hadFocus) find("log-name").focus();
     await work;
     alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
   }
@@ -130,7 +130,8 @@ export class LogView {
   }
 
   get #options() {
-    return { utc: this.#overview.utc, caption: `${titleOf(this.name)}, newest first, page ${this.#paging.page}` };
+    return { utc: this.#overview.utc, caption: `${titleOf(this.name)}, newest first, page ${this.#paging.page}. ` +
+      "The arrow keys go from row to row." };
   }
 
   // Shows a page that the reader asked for, and tells a screen reader what came of it.

@@ -1,14 +1,16 @@
 // table.js: the records of one page, as a table. A record is opened by the button in its first cell, or by a click
-// anywhere on its row; the arrow keys go from row to row.
+// anywhere on its row. The rows are one stop of the tab key, and the arrow keys go from row to row.
 
 import { find, make } from "./elements.js";
 import { columnsOf, shown } from "./fields.js";
 
 const LONG = ["message", "description"]; // fields that may have many lines
+const ROW_HEIGHT = 33; // px: that of a row with one line, the least that there is
 
 export class Table {
   #caption;
   #body = null;
+  #pattern; // a row without a record, to be copied
   #log = null;
   #utc = false;
   #open = null; // the key of the record in the panel
@@ -21,7 +23,9 @@ export class Table {
   // Shows records of a log; isFresh tells of a record and its place among these whether it came in while the reader
   // looks. Rows that stay are kept, and so is the focus; when its row is gone, it goes to the nearest.
   show(log, records, { utc = false, isFresh = () => false, caption = "", empty = "" }) {
-    if (this.#body === null || log !== this.#log) this.#makeTable(log);
+    const isNew = this.#body === null || log !== this.#log;
+    const room = isNew ? window.innerHeight - find("fresh").getBoundingClientRect().bottom : Infinity;
+    if (isNew) this.#makeTable(log);
     const focused = document.activeElement;
     const place = [...this.#body.rows].indexOf(focused?.closest?.("tr"));
     const kept = new Map();
@@ -34,6 +38,7 @@ export class Table {
       this.#markFresh(row, isFresh(record, index));
       return row;
     });
+    this.#putOff(rows, room);
     this.#body.replaceChildren(...(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]));
     this.#caption.textContent = caption;
     if (place >= 0) {
@@ -41,11 +46,14 @@ export class Table {
       target?.focus({ preventScroll: true });
     }
     this.#markOpen();
+    this.#stopAt(rows.find((row) => row.contains(document.activeElement)) ?? rows[0]);
   }
 
+  // Takes the records from view. They are taken out when the next come: that takes a while, and whoever clears a table
+  // is about to ask for others.
   clear() {
     this.#body = null;
-    find("table").replaceChildren();
+    find("table").hidden = true;
   }
 
   // Marks the record that the panel shows; null for none.
@@ -68,28 +76,44 @@ export class Table {
   #makeTable(log) {
     this.#log = log;
     this.#caption = make("caption", { class: "unseen" });
-    const headings = Object.entries(columnsOf(log)).map(([field, label]) =>
-      make("th", { scope: "col", role: "columnheader", class: `is-${field}` }, label));
-    this.#body = make("tbody", { role: "rowgroup", onkeydown: (event) => this.#move(event) });
+    const columns = Object.entries(columnsOf(log));
+    this.#pattern = make("tr", { role: "row" }, ...columns.map(([field], index) =>
+      make("td", { role: "cell", class: `is-${field}${LONG.includes(field) ? " long" : ""}` },
+        ...(index === 0 ? [make("button", { type: "button", class: "link", tabindex: -1 })] : []))));
+    this.#body = make("tbody", { role: "rowgroup", onclick: (event) => this.#choose(event),
+      onkeydown: (event) => this.#move(event), onfocusin: (event) => this.#stopAt(event.target.closest("tr")) });
+    find("table").hidden = false;
     find("table").replaceChildren(make("table", { role: "table", class: log === "sel" ? "records sel" : "records" },
       this.#caption,
-      make("thead", { role: "rowgroup" }, make("tr", { role: "row" }, ...headings)),
+      make("thead", { role: "rowgroup" }, make("tr", { role: "row" }, ...columns.map(([field, label]) =>
+        make("th", { scope: "col", role: "columnheader", class: `is-${field}` }, label)))),
       this.#body));
   }
 
   #makeRow(record, key) {
-    const cells = Object.keys(columnsOf(this.#log)).map((field, index) => {
+    const row = this.#pattern.cloneNode(true);
+    let cell = row.firstChild;
+    for (const field of Object.keys(columnsOf(this.#log))) {
       const text = shown(record, field, this.#utc);
-      const content = index === 0 ? make("button", { type: "button", class: "link" }, text || "(no date)")
-        : field === "severity" && text ? make("span", { class: `severity ${text}` }, text)
-          : LONG.includes(field) ? make("div", { class: "long" }, text) : text;
-      return make("td", { role: "cell", class: `is-${field}` }, content);
-    });
-    const row = make("tr", { role: "row", onclick: () => {
-      if (window.getSelection().isCollapsed) this.onOpen(record); // else the reader selects text to copy
-    } }, ...cells);
-    row.key = key;
-    return row;
+      if (cell === row.firstChild) cell.firstChild.textContent = text || "(no date)";
+      else cell.textContent = text;
+      if (field === "severity" && text) cell.classList.add("severity", text);
+      cell = cell.nextSibling;
+    }
+    return Object.assign(row, { key, record });
+  }
+
+  // Has those rows of a new table that have no room in the window, of so many pixels, shown a frame later, so that the
+  // others are seen sooner.
+  #putOff(rows, room) {
+    const below = rows.slice(Math.ceil(Math.max(0, room) / ROW_HEIGHT));
+    for (const row of below) row.hidden = true;
+    requestAnimationFrame(() => setTimeout(() => below.forEach((row) => (row.hidden = false))));
+  }
+
+  #choose(event) {
+    const record = event.target.closest("tr").record;
+    if (record && window.getSelection().isCollapsed) this.onOpen(record); // else the reader selects text to copy
   }
 
   #makeEmpty(words) {
@@ -102,6 +126,12 @@ export class Table {
     row.classList.toggle("fresh", isFresh);
     if (isFresh) row.cells[0].append(make("span", { class: "badge" }, "new"));
     else row.cells[0].querySelector(".badge")?.remove();
+  }
+
+  // Has the tab key come to this row, and to no other.
+  #stopAt(row) {
+    for (const button of this.#body.querySelectorAll("button[tabindex='0']")) button.tabIndex = -1;
+    if (row) row.querySelector("button").tabIndex = 0;
   }
 
   #move(event) {
