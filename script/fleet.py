@@ -21,7 +21,7 @@ SYSTEMD = "/lib/systemd"
 USER, PASSWORD = "boss", "mighty"
 LOG_SIZE = 2000         # entries that a controller holds
 SETTLING = 90           # seconds that the last records may take to the collector
-REST = 60               # seconds over which a follower at rest is measured
+REST = 120              # seconds over which a follower at rest is measured
 CPU_GOAL, MEMORY_GOAL = 0.2, 16  # of a follower at rest: seconds an hour, MiB
 
 
@@ -103,7 +103,9 @@ def start_controller(keeper, port):
 
 
 class Machine:
-    """A server of the fleet: its followers look every `interval` seconds. One without a collector uploads nothing."""
+    """A server of the fleet. Its follower looks every `interval` seconds, with 0 as often as it does by itself. One
+    without a collector uploads nothing.
+    """
 
     def __init__(self, port, collector, interval):
         self.port = port
@@ -113,9 +115,10 @@ class Machine:
         self.tool("raw", "0x0a", "0x49", *(hex(byte) for byte in int(time.time()).to_bytes(4, "little")))
         write("/tmp/password", PASSWORD + "\n")
         os.makedirs("/run/state")
+        looks = ["--interval", str(interval)] if interval != 0 else []
         self.keeper.start("follower", [HOST, "--ipmi", f"127.0.0.1:{port}", "--ipmi-user", USER, "--ipmi-password-file",
                                        "/tmp/password", "follow", "sel", "--to", "journal", "--state",
-                                       "/run/state/sel", "--interval", str(interval)])
+                                       "/run/state/sel", *looks])
         if collector != 0:
             self.keeper.start("uploader", [f"{SYSTEMD}/systemd-journal-upload", f"--url=http://127.0.0.1:{collector}",
                                            "--save-state=/run/state/upload"])
@@ -265,7 +268,7 @@ def run_fleet(count, seconds):
 def measure_rest():
     """Prints two rows for the table of script/bench."""
     [port] = free_ports(1)
-    machine = Remote("machine", 1, port, 0, 5)
+    machine = Remote("machine", 1, port, 0, 0)
     machine.answer()
     machine.ask("grow", 10, False)
     time.sleep(10)  # what there is to send is sent

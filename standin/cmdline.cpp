@@ -49,6 +49,7 @@ struct Texts {
   std::optional<std::string> ipmi;
   std::string privilege;
   std::vector<std::string> followed;
+  std::optional<int> interval;
   std::optional<std::string> target;
   std::optional<std::string> state;
   std::optional<std::string> from;
@@ -163,10 +164,7 @@ void AddFollow(CLI::App& app, Options& options, Texts& texts) {
   follow.add_option("-n", options.follow.newest, "First the newest N records of each (0)")
       ->check(Within(0, UINT32_MAX))
       ->type_name("N");
-  follow
-      .add_option_function<int>(
-          "--interval", [&options](int seconds) { options.follow.interval = std::chrono::seconds(seconds); },
-          "Seconds between two looks (5)")
+  follow.add_option("--interval", texts.interval, "Seconds between two looks (5, to the journal 10)")
       ->check(Within(1, 86'400))
       ->type_name("SECONDS");
   follow.add_option("--format", options.follow.format, "Form of the output (table)")
@@ -244,6 +242,7 @@ void TakeFollow(const Texts& texts, Options& options) {
   for (const LogName& log : LOGS) {
     if (isNamed(log.name) && !isNamed("all")) options.follow.logs.push_back(log.id);
   }
+  if (texts.interval) options.follow.interval = std::chrono::seconds(*texts.interval);
   if (!texts.target) {
     if (texts.state || texts.from) throw Failure(WRONG_ARGUMENTS, "follow: --state and --from go with --to journal");
     return;
@@ -254,7 +253,7 @@ void TakeFollow(const Texts& texts, Options& options) {
   JournalOptions& journal = options.journal.emplace();
   if (texts.state) journal.state = *texts.state;
   journal.fromNow = texts.from.has_value();
-  journal.interval = options.follow.interval;
+  if (texts.interval) journal.interval = std::chrono::seconds(*texts.interval);
 }
 
 void TakeValues(const Texts& texts, Options& options) {

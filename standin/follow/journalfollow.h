@@ -13,7 +13,7 @@ class Session;
 struct JournalOptions {
   std::string state = "/var/lib/kestrune-sel/state.json";
   bool fromNow = false;  ///< without a state file, what the log holds is not sent
-  std::chrono::seconds interval{5};
+  std::chrono::seconds interval{10};
 };
 
 /// Sends what the state file does not know and then each new record, until a signal ends it. Where it stands is written
