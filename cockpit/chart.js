@@ -99,17 +99,18 @@ export class Chart {
   show(log, records, { utc, range }) {
     this.#drawn = [log, records, { utc, range }];
     const { step, bars, from, until } = count(records, utc, range);
-    const hadFocus = this.#area.contains(document.activeElement);
+    const focused = find("chart").contains(document.activeElement) ? document.activeElement : null;
     const timeless = records.length - bars.reduce((sum, bar) => sum + bar.total, 0);
     this.#showHead(log, step, bars, timeless, !range.every(Number.isNaN));
     if (bars.length === 0) {
       this.#area.replaceChildren();
       this.#area.style.minHeight = "";
-      return;
+    } else {
+      if (!bars.some((bar) => bar.from === this.#focus)) this.#focus = bars.at(-1).from;
+      this.#area.replaceChildren(this.#draw(log, step, bars, from, until));
     }
-    if (!bars.some((bar) => bar.from === this.#focus)) this.#focus = bars.at(-1).from;
-    this.#area.replaceChildren(this.#draw(log, step, bars, from, until));
-    if (hadFocus) this.#area.querySelector("[tabindex='0']").focus();
+    if (focused?.isConnected) focused.focus(); // it was taken out for a moment
+    else if (focused) this.#area.querySelector("[tabindex='0']")?.focus();
   }
 
   #showHead(log, step, bars, timeless, isNarrowed) {

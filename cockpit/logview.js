@@ -39,7 +39,7 @@ export class LogView {
     this.#overview = new Overview({
       onChange: () => this.#turnAsAsked(1),
       onMore: () => this.#showMatches(Math.min(this.#paging.page, this.#paging.pages)),
-      onFailure: (error) => this.#fail(error),
+      onFailure: (error) => this.#fail(error, () => this.#readAgain()),
     });
     this.#newcomers = new Newcomers(() => this.#turnAsAsked(1).then(() => this.#table.focusMarked()));
   }
@@ -76,7 +76,8 @@ export class LogView {
     this.#detail.hide();
     this.#table.mark(null);
     this.#table.clear();
-    for (const topic of ["log", "notes", "gone"]) clearAlert(topic);
+    find("paging").hidden = true;
+    for (const topic of ["log", "notes", "gone", "anew"]) clearAlert(topic);
   }
 
   // Takes in how many records the log has now, and why, where that is none or not known. What was read stays to be seen
@@ -98,11 +99,14 @@ export class LogView {
   }
 
   async #openAnew(log) {
-    const hadFocus = ["table", "detail"].some((id) => find(id).contains(document.activeElement));
+    const hadFocus = find("log").contains(document.activeElement);
     const work = this.open(log);
-    if (hadFocus) find("log-name").focus();
+    const { signal } = this.#ending;
+    const now = document.activeElement;
+    if (hadFocus && (now === document.body || now.closest("[hidden]"))) find("log-name").focus();
     await work;
-    alert("log", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
+    if (signal.aborted || this.#failed !== null) return;
+    alert("anew", "info", `The log ${titleOf(this.name)} became shorter, and is shown anew.`);
   }
 
   async #grow(growth, records) {
@@ -136,8 +140,10 @@ export class LogView {
 
   // Shows a page that the reader asked for, and tells a screen reader what came of it.
   async #turnAsAsked(page) {
+    const turn = this.#turns + 1;
+    clearAlert("anew");
     await this.#turn(page);
-    if (this.#failed === null) announce(`${titleOf(this.name)}: ${this.#paging.range || "no record matches"}`);
+    if (turn === this.#turns && this.#failed === null) announce(`${titleOf(this.name)}: ${this.#paging.range || "no record matches"}`);
   }
 
   // Shows a page, from the server, or with a filter from the whole log.
@@ -145,7 +151,10 @@ export class LogView {
     const turn = ++this.#turns;
     if (this.#overview.isFiltered) {
       this.#failed = null;
+      clearAlert("log");
       find("table").setAttribute("aria-busy", "false"); // a page that was asked for before does not come any more
+      this.#newcomers.skipped = 0;
+      this.#newcomers.offer();
       return this.#showMatches(page);
     }
     this.#showCount();
@@ -169,7 +178,7 @@ export class LogView {
       if (records.length === 0 && this.#count > 0) this.#miss(page);
     } catch (error) {
       if (turn === this.#turns) this.#failed = page;
-      this.#fail(error, page);
+      this.#fail(error, () => this.#turn(page));
     } finally {
       if (turn === this.#turns) find("table").setAttribute("aria-busy", "false");
     }
@@ -218,8 +227,13 @@ export class LogView {
       : this.#isMissing ? "" : recordsOf(this.#count);
   }
 
-  #fail(error, page = this.#paging.page) {
+  #readAgain() {
+    clearAlert("log");
+    return this.#overview.read();
+  }
+
+  #fail(error, again = () => this.#turn(this.#paging.page)) {
     if (error.name === "AbortError") return;
-    this.onFailure("log", `The log ${shortTitleOf(this.name)} could not be read.`, error, () => this.#turn(page));
+    this.onFailure("log", `The log ${shortTitleOf(this.name)} could not be read.`, error, again);
   }
 }

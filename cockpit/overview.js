@@ -94,7 +94,12 @@ export class Overview {
     const signal = this.#signal;
     if (this.#whole.isComplete || this.#whole.isReading) return;
     this.#showProgress();
-    await this.#whole.read().catch((error) => signal.aborted || this.onFailure(error));
+    await this.#whole.read().catch((error) => {
+      if (signal.aborted) return;
+      this.close();
+      this.#chart.offer(this.#count); // that of a part would be taken for that of all
+      this.onFailure(error);
+    });
     if (!signal.aborted) find("progress").hidden = true;
   }
 

@@ -39,9 +39,9 @@ export class Table {
       return row;
     });
     this.#putOff(rows, room);
-    this.#body.replaceChildren(...(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]));
+    this.#place(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]);
     this.#caption.textContent = caption;
-    if (place >= 0) {
+    if (place >= 0 && document.activeElement !== focused) {
       const target = focused.isConnected ? focused : rows[Math.min(place, rows.length - 1)]?.querySelector("button");
       target?.focus({ preventScroll: true });
     }
@@ -103,6 +103,17 @@ export class Table {
     return Object.assign(row, { key, record });
   }
 
+  // Puts these rows in. Those that stay are not touched where they keep their order: text in them may be selected.
+  #place(rows) {
+    const staying = new Set(rows);
+    for (const row of [...this.#body.rows]) if (!staying.has(row)) row.remove();
+    let next = this.#body.firstChild;
+    for (const row of rows) {
+      if (row === next) next = next.nextSibling;
+      else this.#body.insertBefore(row, next);
+    }
+  }
+
   // Has those rows of a new table that have no room in the window, of so many pixels, shown a frame later, so that the
   // others are seen sooner.
   #putOff(rows, room) {
@@ -112,8 +123,9 @@ export class Table {
   }
 
   #choose(event) {
-    const record = event.target.closest("tr").record;
-    if (record && window.getSelection().isCollapsed) this.onOpen(record); // else the reader selects text to copy
+    const record = event.target.closest("tr")?.record; // none where a selection reaches over rows
+    const byKey = event.detail === 0;
+    if (record && (byKey || window.getSelection().isCollapsed)) this.onOpen(record); // else text is selected to copy
   }
 
   #makeEmpty(words) {

@@ -84,6 +84,8 @@ user 3 true "boss" "mighty" admin 10 {methods}
         if subprocess.run([*tool, "exec", "/tmp/sim/records"], **quiet, check=False).returncode == 0:
             break
         time.sleep(0.1)
+    else:
+        raise SystemExit(f"script/page: ipmi_sim does not take the sample's records; is UDP port {IPMI_PORT} taken?")
     write("/tmp/sim/password", "secret\n", 0o600)
     return process, ["--ipmi", f"127.0.0.1:{IPMI_PORT}", "--ipmi-user", "reader", "--ipmi-timeout", "2",
                      "--ipmi-password-file", "/tmp/sim/password"]
@@ -157,6 +159,9 @@ def main():
     try:
         while server.poll() is None and not answers(arguments.port):
             time.sleep(0.05)
+        if server.poll() is not None:
+            print(f"script/page: cockpit-ws ended with status {server.returncode}", file=sys.stderr)
+            return 1
         print(f"\nThe page: {address(arguments.port)}\nCtrl-C ends it.", flush=True)
         return server.wait()
     except KeyboardInterrupt:
