@@ -30,7 +30,7 @@ class OpenIPMI {
   OpenIPMI() : system_(ipmi_posix_setup_os_handler()) {
     if (system_ == nullptr) throw std::bad_alloc();
     system_->set_log_handler(system_, [](os_handler_t*, const char*, ipmi_log_type_e, va_list) {});  // it tells twice
-    startTimer_ = system_->start_timer;
+    originalStartTimer = system_->start_timer;
     system_->start_timer = StartTimer;
     ipmi_init(system_);
   }
@@ -57,17 +57,17 @@ class OpenIPMI {
   os_handler_t* System() const { return system_; }
 
  private:
-  /// Starts a timer, but for that of the library's own questions whether a controller is still there, which would double
-  /// what a follower at rest costs: whoever uses a session sees by its own questions that it has ended. It is the one
-  /// timer that is as long.
+  /// Starts a timer, but for that of the library's own questions whether a controller is still there, which would
+  /// double what a follower at rest costs: whoever uses a session sees by its own questions that it has ended. It is
+  /// the one timer that is as long.
   static int StartTimer(os_handler_t* system, os_hnd_timer_id_t* timer, timeval* time, os_timed_out_t onEnd,
                         void* data) {
     constexpr timeval NEVER{std::chrono::seconds(std::chrono::hours(24 * 365)).count(), 0};
     timeval lengthened = time->tv_sec < 10 ? *time : NEVER;
-    return startTimer_(system, timer, &lengthened, onEnd, data);
+    return originalStartTimer(system, timer, &lengthened, onEnd, data);
   }
 
-  static inline decltype(os_handler_t::start_timer) startTimer_;
+  static inline decltype(os_handler_t::start_timer) originalStartTimer;
   os_handler_t* system_;
 };
 
