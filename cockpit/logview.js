@@ -143,7 +143,8 @@ export class LogView {
     const turn = this.#turns + 1;
     clearAlert("anew");
     await this.#turn(page);
-    if (turn === this.#turns && this.#failed === null) announce(`${titleOf(this.name)}: ${this.#paging.range || "no record matches"}`);
+    if (turn !== this.#turns || this.#failed !== null) return;
+    announce(`${titleOf(this.name)}: ${this.#paging.range || "no record matches"}`);
   }
 
   // Shows a page, from the server, or with a filter from the whole log.

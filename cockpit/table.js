@@ -5,7 +5,7 @@ import { find, make } from "./elements.js";
 import { columnsOf, shown } from "./fields.js";
 
 const LONG = ["message", "description"]; // fields that may have many lines
-const ROW_HEIGHT = 33; // px: that of a row with one line, the least that there is
+const ROW_HEIGHT = 33; // px: of a row with one line, by eventlogs.css; no row is lower
 
 export class Table {
   #caption;
