@@ -5,6 +5,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -63,9 +64,10 @@ IPMIConnection::IPMIConnection(const IPMIOptions& options) : options_(options) {
   const Deadline deadline = Now() + options_.timeout;
   CheckOptions(options_);
   if (options_.host) {
-    address_ = ResolveHost(*options_.host, deadline);
+    addresses_ = ResolveHost(*options_.host, deadline);
   } else {
     CheckDevice();
+    addresses_.emplace_back();
   }
   Open(deadline);
   lastUsed_ = Now();
@@ -73,10 +75,15 @@ IPMIConnection::IPMIConnection(const IPMIOptions& options) : options_(options) {
 
 void IPMIConnection::Open(Deadline deadline) {
   IPMIProtocol protocol = options_.host ? IPMIProtocol::RMCP_PLUS : IPMIProtocol::LOCAL;
-  session_ = std::make_unique<IPMISession>(protocol, address_, options_, deadline);
+  // A name may have addresses at which no controller listens. The one that answers is the first to be tried next time.
+  for (auto left = static_cast<int>(addresses_.size());; --left) {
+    session_ = std::make_unique<IPMISession>(protocol, addresses_.front(), options_, Now() + (deadline - Now()) / left);
+    if (left == 1 || !session_->Error() || session_->Error()->answered) break;
+    std::rotate(addresses_.begin(), addresses_.begin() + 1, addresses_.end());
+  }
   if (session_->Error() && LacksRMCPPlus(*session_->Error()) && options_.allowIPMI15) {
     protocol = IPMIProtocol::V1_5;
-    session_ = std::make_unique<IPMISession>(protocol, address_, options_, deadline);
+    session_ = std::make_unique<IPMISession>(protocol, addresses_.front(), options_, deadline);
   }
   if (!session_->Error()) return;
   const std::string text = LoginErrorText(protocol, *session_->Error());

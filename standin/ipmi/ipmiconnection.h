@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "standin/ipmi/ipmioptions.h"
 #include "standin/ipmi/ipmitransport.h"
@@ -29,7 +30,7 @@ class IPMIConnection : public IPMITransport {
   void Open(Deadline deadline);
 
   IPMIOptions options_;
-  std::string address_;  ///< numeric
+  std::vector<std::string> addresses_;  ///< numeric; an empty one stands for this machine's own controller
   std::unique_ptr<IPMISession> session_;
   std::string lost_;  ///< why the last new login failed
   Deadline silentUntil_{};

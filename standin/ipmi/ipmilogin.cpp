@@ -8,6 +8,7 @@
 #include <cstring>
 #include <future>
 #include <thread>
+#include <utility>
 
 #include "standin/failure.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 struct Lookup {
   int error = 0;
-  std::string address;
+  std::vector<std::string> addresses;
 };
 
 Lookup LookUp(const std::string& host) {
@@ -29,12 +30,13 @@ Lookup LookUp(const std::string& host) {
     result.error = getaddrinfo(host.c_str(), nullptr, &hints, &found);
     if (result.error == 0) break;
   }
-  if (found == nullptr) return result;
-  std::array<char, NI_MAXHOST> address{};
-  result.error =
-      getnameinfo(found->ai_addr, found->ai_addrlen, address.data(), address.size(), nullptr, 0, NI_NUMERICHOST);
-  result.address = address.data();
-  freeaddrinfo(found);
+  for (const addrinfo* each = found; each != nullptr && result.error == 0; each = each->ai_next) {
+    std::array<char, NI_MAXHOST> address{};
+    result.error =
+        getnameinfo(each->ai_addr, each->ai_addrlen, address.data(), address.size(), nullptr, 0, NI_NUMERICHOST);
+    result.addresses.emplace_back(address.data());
+  }
+  if (found != nullptr) freeaddrinfo(found);
   return result;
 }
 
@@ -88,7 +90,7 @@ bool IsTimeout(const IPMILoginError& error) {
 
 }  // namespace
 
-std::string ResolveHost(const std::string& host, Deadline deadline) {
+std::vector<std::string> ResolveHost(const std::string& host, Deadline deadline) {
   // The name service has time limits of its own, longer ones. A thread that waits for it is left behind.
   std::promise<Lookup> promise;
   std::future<Lookup> future = promise.get_future();
@@ -96,14 +98,14 @@ std::string ResolveHost(const std::string& host, Deadline deadline) {
   if (future.wait_until(deadline) != std::future_status::ready) {
     throw Failure(REQUEST_FAILED, "the name service does not tell in time what host '" + host + "' is");
   }
-  const Lookup lookup = future.get();
+  Lookup lookup = future.get();
   if (lookup.error == EAI_NONAME || lookup.error == EAI_NODATA) {
     throw Failure(REQUEST_FAILED, "there is no host '" + host + "'");
   }
   if (lookup.error != 0) {
     throw Failure(REQUEST_FAILED, "no address of host '" + host + "': " + gai_strerror(lookup.error));
   }
-  return lookup.address;
+  return std::move(lookup.addresses);
 }
 
 bool LacksRMCPPlus(const IPMILoginError& error) { return error.error == ENOENT && error.answered; }

@@ -3,13 +3,14 @@
 #define KESTRUNE_STANDIN_IPMI_IPMILOGIN_H_
 
 #include <string>
+#include <vector>
 
 #include "standin/ipmi/openipmi.h"
 
 namespace standin {
 
-/// The numeric address of a host. Throws Failure, before the deadline.
-std::string ResolveHost(const std::string& host, Deadline deadline);
+/// The numeric addresses of a host, at least one. Throws Failure, before the deadline.
+std::vector<std::string> ResolveHost(const std::string& host, Deadline deadline);
 
 /// Whether a login failed because the controller does not know RMCP+.
 bool LacksRMCPPlus(const IPMILoginError& error);
