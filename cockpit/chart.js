@@ -149,8 +149,7 @@ export class Chart {
   #drawBar(log, step, bar, x, y) {
     const [left, right] = [x(bar.from), x(bar.until)];
     const gap = right - left > 4 ? 1 : 0;
-    const parts = Object.keys(bar.by).length;
-    const told = isSEL(log) && parts > 0
+    const told = isSEL(log)
       ? `: ${Object.entries(bar.by).map(([severity, total]) => `${number(total)} ${severity}`).join(", ")}` : "";
     const label = `${wallDate(bar.from)}${step.length < DAY ? ` ${wallTime(bar.from).slice(0, 5)}` : ""}, ` +
       `${recordsOf(bar.total)}${told}`;

@@ -140,9 +140,10 @@ export class LogView {
 
   // Shows a page that the reader asked for, and tells a screen reader what came of it.
   async #turnAsAsked(page) {
-    const turn = this.#turns + 1;
     clearAlert("anew");
-    await this.#turn(page);
+    const work = this.#turn(page);
+    const turn = this.#turns;
+    await work;
     if (turn !== this.#turns || this.#failed !== null) return;
     announce(`${titleOf(this.name)}: ${this.#paging.range || "no record matches"}`);
   }

@@ -2,7 +2,7 @@
 // anywhere on its row. The rows are one stop of the tab key, and the arrow keys go from row to row.
 
 import { find, make } from "./elements.js";
-import { columnsOf, shown } from "./fields.js";
+import { columnsOf, isSEL, shown } from "./fields.js";
 
 const LONG = ["message", "description"]; // fields that may have many lines
 const ROW_HEIGHT = 33; // px: of a row with one line, by eventlogs.css; no row is lower
@@ -24,10 +24,11 @@ export class Table {
   // looks. Rows that stay are kept, and so is the focus; when its row is gone, it goes to the nearest.
   show(log, records, { utc = false, isFresh = () => false, caption = "", empty = "" }) {
     const isNew = this.#body === null || log !== this.#log;
-    const room = isNew ? window.innerHeight - find("fresh").getBoundingClientRect().bottom : Infinity;
+    // Asked for before anything here is changed, or the browser would lay out the page for it once more.
+    const room = window.innerHeight - find("fresh").getBoundingClientRect().bottom;
     if (isNew) this.#makeTable(log);
     const focused = document.activeElement;
-    const place = [...this.#body.rows].indexOf(focused?.closest?.("tr"));
+    const focusedRow = [...this.#body.rows].indexOf(focused?.closest?.("tr"));
     const kept = new Map();
     if (utc === this.#utc) for (const row of this.#body.rows) kept.set(row.key, row);
     this.#utc = utc;
@@ -38,11 +39,12 @@ export class Table {
       this.#markFresh(row, isFresh(record, index));
       return row;
     });
-    this.#putOff(rows, room);
-    this.#place(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]);
+    if (isNew) this.#putOff(rows, room);
+    this.#putIn(rows.length > 0 || !empty ? rows : [this.#makeEmpty(empty)]);
     this.#caption.textContent = caption;
-    if (place >= 0 && document.activeElement !== focused) {
-      const target = focused.isConnected ? focused : rows[Math.min(place, rows.length - 1)]?.querySelector("button");
+    if (focusedRow >= 0 && document.activeElement !== focused) {
+      const target = focused.isConnected ? focused
+        : rows[Math.min(focusedRow, rows.length - 1)]?.querySelector("button");
       target?.focus({ preventScroll: true });
     }
     this.#markOpen();
@@ -83,7 +85,7 @@ export class Table {
     this.#body = make("tbody", { role: "rowgroup", onclick: (event) => this.#choose(event),
       onkeydown: (event) => this.#move(event), onfocusin: (event) => this.#stopAt(event.target.closest("tr")) });
     find("table").hidden = false;
-    find("table").replaceChildren(make("table", { role: "table", class: log === "sel" ? "records sel" : "records" },
+    find("table").replaceChildren(make("table", { role: "table", class: isSEL(log) ? "records sel" : "records" },
       this.#caption,
       make("thead", { role: "rowgroup" }, make("tr", { role: "row" }, ...columns.map(([field, label]) =>
         make("th", { scope: "col", role: "columnheader", class: `is-${field}` }, label)))),
@@ -104,7 +106,7 @@ export class Table {
   }
 
   // Puts these rows in. Those that stay are not touched where they keep their order: text in them may be selected.
-  #place(rows) {
+  #putIn(rows) {
     const staying = new Set(rows);
     for (const row of [...this.#body.rows]) if (!staying.has(row)) row.remove();
     let next = this.#body.firstChild;
@@ -114,8 +116,8 @@ export class Table {
     }
   }
 
-  // Has those rows of a new table that have no room in the window, of so many pixels, shown a frame later, so that the
-  // others are seen sooner.
+  // Has those rows of a new table that have no room in the window, which has `room` pixels for it, shown a frame later,
+  // so that the others are seen sooner.
   #putOff(rows, room) {
     const below = rows.slice(Math.ceil(Math.max(0, room) / ROW_HEIGHT));
     for (const row of below) row.hidden = true;

@@ -85,7 +85,7 @@ user 3 true "boss" "mighty" admin 10 {methods}
             break
         time.sleep(0.1)
     else:
-        raise SystemExit(f"script/page: ipmi_sim does not take the sample's records; is UDP port {IPMI_PORT} taken?")
+        raise SystemExit(f"ipmi_sim does not take the sample's records; is UDP port {IPMI_PORT} taken?")
     write("/tmp/sim/password", "secret\n", 0o600)
     return process, ["--ipmi", f"127.0.0.1:{IPMI_PORT}", "--ipmi-user", "reader", "--ipmi-timeout", "2",
                      "--ipmi-password-file", "/tmp/sim/password"]

@@ -30,13 +30,13 @@ std::optional<uint64_t> ParseNumber(std::string_view text, uint64_t highest) {
 }  // namespace
 
 std::vector<std::string> SplitList(const std::string& text) {
-  std::vector<std::string> parts;
+  std::vector<std::string> words;
   size_t begin = 0;
   for (size_t comma; (comma = text.find(',', begin)) != std::string::npos; begin = comma + 1) {
-    parts.push_back(text.substr(begin, comma - begin));
+    words.push_back(text.substr(begin, comma - begin));
   }
-  parts.push_back(text.substr(begin));
-  return parts;
+  words.push_back(text.substr(begin));
+  return words;
 }
 
 Lines ParseLines(const std::string& text) {

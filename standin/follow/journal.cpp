@@ -70,12 +70,12 @@ JournalSync Journal::Open() {
 }
 
 bool Journal::Send(const std::vector<std::string>& fields) {
-  std::vector<iovec> parts(fields.size());
-  std::transform(fields.begin(), fields.end(), parts.begin(), [](const std::string& field) {
+  std::vector<iovec> pieces(fields.size());
+  std::transform(fields.begin(), fields.end(), pieces.begin(), [](const std::string& field) {
     return iovec{const_cast<char*>(field.data()), field.size()};
   });
   // The library takes a journal that is not there for one that wants nothing.
-  return IsJournalThere() && sd_journal_sendv(parts.data(), static_cast<int>(parts.size())) == 0;
+  return IsJournalThere() && sd_journal_sendv(pieces.data(), static_cast<int>(pieces.size())) == 0;
 }
 
 JournalSync Journal::Synchronize() {

@@ -62,8 +62,9 @@ class OpenIPMI {
   /// the one timer that is as long.
   static int StartTimer(os_handler_t* system, os_hnd_timer_id_t* timer, timeval* time, os_timed_out_t onEnd,
                         void* data) {
+    constexpr time_t OWN_QUESTIONS = 10;  // seconds
     constexpr timeval NEVER{std::chrono::seconds(std::chrono::hours(24 * 365)).count(), 0};
-    timeval lengthened = time->tv_sec < 10 ? *time : NEVER;
+    timeval lengthened = time->tv_sec < OWN_QUESTIONS ? *time : NEVER;
     return originalStartTimer(system, timer, &lengthened, onEnd, data);
   }
 

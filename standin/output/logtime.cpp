@@ -8,12 +8,12 @@
 namespace standin {
 namespace {
 
-/// The time `days` days from that of `parts`, local, with the second before it for the end of a range.
-std::optional<int64_t> ShiftDays(std::tm parts, int days, bool end) {
-  parts.tm_hour = parts.tm_min = parts.tm_sec = 0;
-  parts.tm_mday += days + (end ? 1 : 0);
-  parts.tm_isdst = -1;
-  return std::mktime(&parts) - (end ? 1 : 0);
+/// The time `days` days from that of `calendar`, local, with the second before it for the end of a range.
+std::optional<int64_t> ShiftDays(std::tm calendar, int days, bool end) {
+  calendar.tm_hour = calendar.tm_min = calendar.tm_sec = 0;
+  calendar.tm_mday += days + (end ? 1 : 0);
+  calendar.tm_isdst = -1;
+  return std::mktime(&calendar) - (end ? 1 : 0);
 }
 
 /// Seconds of a zone, "Z" or "+02:00" or "+0200".
@@ -42,33 +42,33 @@ std::optional<int64_t> ParseSpan(const std::string& text, int64_t now) {
 
 std::optional<int64_t> ParseTime(const std::string& text, bool end, int64_t now) {
   const time_t current = now;
-  std::tm parts{};
-  if (localtime_r(&current, &parts) == nullptr) return std::nullopt;
-  if (text == "today") return ShiftDays(parts, 0, end);
-  if (text == "yesterday") return ShiftDays(parts, -1, end);
+  std::tm calendar{};
+  if (localtime_r(&current, &calendar) == nullptr) return std::nullopt;
+  if (text == "today") return ShiftDays(calendar, 0, end);
+  if (text == "yesterday") return ShiftDays(calendar, -1, end);
   if (!text.empty() && text.front() == '-') return ParseSpan(text, now);
 
-  parts = {};
-  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &parts);
+  calendar = {};
+  const char* rest = strptime(text.c_str(), "%Y-%m-%d", &calendar);
   if (rest == nullptr || rest - text.c_str() != 10) return std::nullopt;
-  std::tm normal = parts;
+  std::tm normal = calendar;
   timegm(&normal);
-  if (normal.tm_mday != parts.tm_mday) return std::nullopt;  // February 30
-  if (*rest == '\0') return ShiftDays(parts, 0, end);
+  if (normal.tm_mday != calendar.tm_mday) return std::nullopt;  // February 30
+  if (*rest == '\0') return ShiftDays(calendar, 0, end);
   if (*rest != 'T' && *rest != ' ') return std::nullopt;
   ++rest;
-  const char* zone = strptime(rest, "%H:%M:%S", &parts);
+  const char* zone = strptime(rest, "%H:%M:%S", &calendar);
   const bool isMinute = zone == nullptr;
-  if (isMinute) zone = strptime(rest, "%H:%M", &parts);
+  if (isMinute) zone = strptime(rest, "%H:%M", &calendar);
   if (zone == nullptr) return std::nullopt;
-  if (isMinute) parts.tm_sec = end ? 59 : 0;
+  if (isMinute) calendar.tm_sec = end ? 59 : 0;
   if (*zone != '\0') {
     const auto offset = ParseZone(zone);
     if (!offset) return std::nullopt;
-    return timegm(&parts) - *offset;
+    return timegm(&calendar) - *offset;
   }
-  parts.tm_isdst = -1;
-  return std::mktime(&parts);
+  calendar.tm_isdst = -1;
+  return std::mktime(&calendar);
 }
 
 std::optional<int64_t> InferTime(const std::string& date, const std::string& time, int64_t written) {
@@ -91,20 +91,20 @@ std::optional<int64_t> InferTime(const std::string& date, const std::string& tim
   std::tm newest{};
   if (localtime_r(&last, &newest) == nullptr) return std::nullopt;
   for (int year = newest.tm_year; year > newest.tm_year - YEARS; --year) {
-    std::tm parts = named;
-    parts.tm_year = year;
-    const time_t seconds = std::mktime(&parts);
-    if (parts.tm_mday == named.tm_mday && seconds <= last) return seconds;
+    std::tm calendar = named;
+    calendar.tm_year = year;
+    const time_t seconds = std::mktime(&calendar);
+    if (calendar.tm_mday == named.tm_mday && seconds <= last) return seconds;
   }
   return std::nullopt;
 }
 
 std::string FormatLocal(int64_t seconds) {
   const time_t time = seconds;
-  std::tm parts{};
+  std::tm calendar{};
   std::array<char, 40> text{};
-  if (localtime_r(&time, &parts) == nullptr) return {};
-  std::string formatted(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts));
+  if (localtime_r(&time, &calendar) == nullptr) return {};
+  std::string formatted(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &calendar));
   return formatted.insert(formatted.size() - 2, ":");
 }
 
